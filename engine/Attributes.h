@@ -1,0 +1,51 @@
+// Reading a command's XML attributes, the one pattern every Load follows.
+//
+// Each read looks the attribute up by name, takes its text, and passes it through
+// the engine's decrypter. A non-zero status means the attribute could not be read:
+// S_FALSE (1) when it is absent, or the failure of get_text. Optional attributes
+// skip on it, required ones end Load with it, so a missing required attribute makes
+// Load return 1.
+//
+// The reader takes over the caller's counted reference on the map and releases
+// it, the last node and every system string when it goes out of scope.
+#pragma once
+
+#include <windows.h>
+#include <msxml2.h>
+
+#include <cstdint>
+#include <vector>
+
+#include "engine/HostInterfaces.h"
+
+class AttributeReader {
+ public:
+  explicit AttributeReader(IXMLDOMNamedNodeMap* attributes);
+  ~AttributeReader();
+  AttributeReader(const AttributeReader&) = delete;
+  AttributeReader& operator=(const AttributeReader&) = delete;
+
+  // The decrypted text, which stays valid until the reader is gone and may be
+  // changed in place. Raises ComError(E_POINTER) when the map or the node is null.
+  HRESULT ReadText(const wchar_t* name, wchar_t** text);
+  // True when the last ReadText failed because the attribute is absent, false when
+  // it was there and get_text failed.
+  bool LastWasAbsent() const { return lastAbsent_; }
+
+  // A number: the text through wcstol with base 0, so 0x hexadecimal and
+  // leading-zero octal are accepted and text that is no number reads as 0.
+  HRESULT ReadNumber(const wchar_t* name, int32_t* value);
+  // A private copy of the text (free with free). An earlier copy in *copy is freed.
+  HRESULT ReadCopy(const wchar_t* name, wchar_t** copy);
+
+ private:
+  IXMLDOMNamedNodeMap* attributes_;
+  IXMLDOMNode* node_ = nullptr;
+  IDecrypter* decrypter_;
+  std::vector<BSTR> strings_;
+  bool lastAbsent_ = false;
+};
+
+// Narrows wide text through the ANSI code page into a new heap text (free with
+// free). Null when the text is null or cannot be converted.
+char* NarrowText(const wchar_t* text);

@@ -1,0 +1,107 @@
+#include "engine/EventCommands.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <cwchar>
+
+#include "engine/Log.h"
+#include "engine/Store.h"
+
+CEventVarCommand::~CEventVarCommand() {
+  free(eventVar);
+  eventVar = nullptr;
+}
+
+HRESULT CEventVarCommand::ReadEventVar(AttributeReader& reader) {
+  wchar_t* text = nullptr;
+  HRESULT hr = reader.ReadText(L"eventVar", &text);
+  if (hr != S_OK) return hr;
+  free(eventVar);
+  eventVar = MakeVarNameW("HANDLE_", text);
+  return eventVar != nullptr ? S_OK : static_cast<HRESULT>(kStatusMissingAttribute);
+}
+
+CCreateEventCommand::~CCreateEventCommand() {
+  free(eventName);
+  eventName = nullptr;
+}
+
+int32_t CCreateEventCommand::Load(IXMLDOMNamedNodeMap* attributes) {
+  LoadCommon(attributes);
+  AttributeReader reader(attributes);
+  HRESULT hr = ReadEventVar(reader);
+  if (hr != S_OK) return hr;
+  reader.ReadCopy(L"eventName", &eventName);
+  int32_t number = 0;
+  if (reader.ReadNumber(L"initialState", &number) == S_OK) initialState = number == 1;
+  if (reader.ReadNumber(L"manualReset", &number) == S_OK) manualReset = number == 1;
+  return kStatusOk;
+}
+
+int32_t CCreateEventCommand::Execute(HANDLE, CRITICAL_SECTION*) {
+  if (!EnterGuard(kTag)) return kStatusBusy;
+  LogBegin(kTag);
+  // A named event that exists already is opened, and keeps its own reset mode and
+  // state.
+  HANDLE event = CreateEventW(nullptr, manualReset, initialState, eventName);
+  if (event == nullptr) {
+    LogMessage(L"Failed creating event!\n");
+    return kStatusOk;
+  }
+  HANDLE previous = reinterpret_cast<HANDLE>(StoreGet(eventVar));
+  if (previous != nullptr) CloseHandle(previous);
+  StorePutObject(eventVar, event);
+  return FinishExecute(kTag, kStatusOk);
+}
+
+int32_t CSetEventCommand::Load(IXMLDOMNamedNodeMap* attributes) {
+  LoadCommon(attributes);
+  AttributeReader reader(attributes);
+  return ReadEventVar(reader);
+}
+
+int32_t CSetEventCommand::Execute(HANDLE, CRITICAL_SECTION*) {
+  if (!EnterGuard(kTag)) return kStatusBusy;
+  LogBegin(kTag);
+  HANDLE event = reinterpret_cast<HANDLE>(StoreGet(eventVar));
+  if (event == nullptr) {
+    LogMessage(L"%S doesn't contain an event to set!\n", eventVar);
+    return kStatusOk;
+  }
+  SetEvent(event);
+  return FinishExecute(kTag, kStatusOk);
+}
+
+int32_t CWaitForHandleCommand::Load(IXMLDOMNamedNodeMap* attributes) {
+  LoadCommon(attributes);
+  AttributeReader reader(attributes);
+  HRESULT hr = ReadEventVar(reader);
+  if (hr != S_OK) return hr;
+  wchar_t* text = nullptr;
+  hr = reader.ReadText(L"waitAmount", &text);
+  if (hr != S_OK) return hr;
+  // Upper-cased first, so "infinite" in any case means no limit. Anything else is
+  // decimal only: "0x10" reads as 0, that is, no wait.
+  _wcsupr_s(text, wcslen(text) + 1);
+  waitAmount = wcscmp(text, L"INFINITE") == 0 ? -1 : _wtoi(text);
+  return kStatusOk;
+}
+
+int32_t CWaitForHandleCommand::Execute(HANDLE cancelHandle, CRITICAL_SECTION*) {
+  if (!EnterGuard(kTag)) return kStatusBusy;
+  LogBegin(kTag);
+  HANDLE event = reinterpret_cast<HANDLE>(StoreGet(eventVar));
+  if (event == nullptr) {
+    LogMessage(L"%S doesn't contain an event to wait for!\n", eventVar);
+    return kStatusOk;
+  }
+  // Timeout, cancel and signal all go on in the same way: the outcome is not read.
+  DWORD timeout = static_cast<DWORD>(waitAmount);
+  if (cancelHandle != INVALID_HANDLE_VALUE && cancelHandle != nullptr) {
+    HANDLE handles[2] = {event, cancelHandle};
+    WaitForMultipleObjects(2, handles, FALSE, timeout);
+  } else {
+    WaitForSingleObject(event, timeout);
+  }
+  return FinishExecute(kTag, kStatusOk);
+}

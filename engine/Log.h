@@ -1,0 +1,26 @@
+// The system's one log call and the interface of the logger behind it.
+//
+// LogMessage looks the logger up in the store on every call, so a logger that is
+// published or replaced later is used from the next line on, and commands log
+// safely before any logger exists (the line is then dropped).
+//
+// Formats are Microsoft-style: in these wide formats %s is wide text and %S narrow
+// text. Only format them with functions that keep those rules (_vsnwprintf,
+// _vscwprintf, swprintf_s), never with mingw's C99 wide printf.
+#pragma once
+
+#include <cstdarg>
+
+#include "engine/SelfFree.h"
+
+class ILoggerApi : public CSelfFree {
+ public:
+  // Slot 2. Writes one line for the calling thread.
+  virtual void Log(const wchar_t* format, va_list args) = 0;
+  // Slot 3. Registers the calling thread; description may be null.
+  virtual void StartThreadLog(const wchar_t* description, bool isMain) = 0;
+  // Slot 4. Sets a parameter of the logger; key may be null.
+  virtual void SetLogKey(const char* key) = 0;
+};
+
+void LogMessage(const wchar_t* format, ...);

@@ -1,0 +1,51 @@
+#include "host/HostServices.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+
+#include "engine/Format.h"
+#include "host/VariableStore.h"
+
+CPlainDecrypter::CPlainDecrypter() { InitializeCriticalSection(&lock_); }
+
+CPlainDecrypter::~CPlainDecrypter() { DeleteCriticalSection(&lock_); }
+
+wchar_t* CPlainDecrypter::Decrypt(const wchar_t* text) {
+  EnterCriticalSection(&lock_);
+  results_.emplace_back(text != nullptr ? text : L"");
+  wchar_t* result = &results_.back()[0];
+  LeaveCriticalSection(&lock_);
+  return result;
+}
+
+CTraceLogger::CTraceLogger() { InitializeCriticalSection(&lock_); }
+
+CTraceLogger::~CTraceLogger() { DeleteCriticalSection(&lock_); }
+
+void CTraceLogger::Log(const wchar_t* format, va_list args) {
+  wchar_t* line = FormatWideV(format, args);
+  if (line == nullptr) return;
+  int bytes = WideCharToMultiByte(CP_UTF8, 0, line, -1, nullptr, 0, nullptr, nullptr);
+  std::string text(bytes > 0 ? bytes - 1 : 0, '\0');
+  if (bytes > 1) WideCharToMultiByte(CP_UTF8, 0, line, -1, &text[0], bytes, nullptr, nullptr);
+  free(line);
+  if (text.empty() || text.back() != '\n') text.push_back('\n');
+  EnterCriticalSection(&lock_);
+  fwrite(text.data(), 1, text.size(), stderr);
+  fflush(stderr);
+  LeaveCriticalSection(&lock_);
+}
+
+void CTraceLogger::StartThreadLog(const wchar_t*, bool) {}
+
+void CTraceLogger::SetLogKey(const char*) {}
+
+void HostLog(const wchar_t* format, ...) {
+  ILoggerApi* logger = reinterpret_cast<ILoggerApi*>(VariableStore::Instance().Get("SelfFree_LoggerApi"));
+  if (logger == nullptr) return;
+  va_list args;
+  va_start(args, format);
+  logger->Log(format, args);
+  va_end(args);
+}

@@ -1,0 +1,47 @@
+// Objects the engine publishes for the plug-in: the attribute decrypter and the
+// trace logger, plus the engine's own log call.
+#pragma once
+
+#include <windows.h>
+
+#include <deque>
+#include <string>
+
+#include "engine/HostInterfaces.h"
+#include "engine/Log.h"
+
+// The reference engine's scripts are plain text, so Decrypt gives the text back.
+// Each result is a copy that the decrypter keeps until it is freed, because a
+// caller may change it in place (WaitForHandle upper-cases its waitAmount).
+class CPlainDecrypter : public IDecrypter {
+ public:
+  CPlainDecrypter();
+  ~CPlainDecrypter();
+  wchar_t* Decrypt(const wchar_t* text) override;
+
+  SELFFREE_DESTRUCTOR(CPlainDecrypter)
+
+ private:
+  CRITICAL_SECTION lock_;
+  std::deque<std::wstring> results_;
+};
+
+// Writes every log line to standard error as UTF-8, one whole line at a time, so
+// a script author can watch a run.
+class CTraceLogger : public ILoggerApi {
+ public:
+  CTraceLogger();
+  ~CTraceLogger();
+  void Log(const wchar_t* format, va_list args) override;
+  void StartThreadLog(const wchar_t* description, bool isMain) override;
+  void SetLogKey(const char* key) override;
+
+  SELFFREE_DESTRUCTOR(CTraceLogger)
+
+ private:
+  CRITICAL_SECTION lock_;
+};
+
+// The engine's own lines (its walk) go to the logger in the store, like the
+// plug-in's.
+void HostLog(const wchar_t* format, ...);

@@ -1,0 +1,71 @@
+#include "host/Options.h"
+
+#include <cwctype>
+
+const wchar_t kUsage[] =
+    L"Usage: Installer.exe [options] <script.xml> [script switches]\n"
+    L"\n"
+    L"Runs an install script: each element of its <commands> is created by the\n"
+    L"plug-in library and the commands are walked by index.\n"
+    L"\n"
+    L"Options:\n"
+    L"  /plugin=<path>        plug-in library (default: InstallCommands.dll beside Installer.exe)\n"
+    L"  /set:<name>=<value>   preset an int_ or String_ variable before the run; repeatable,\n"
+    L"                        and it wins over the script's <variables>\n"
+    L"  /trace                print every log line to standard error\n"
+    L"  /? or /help           show this text\n"
+    L"\n"
+    L"Other switches (/silent, /update, /path=..., /lang=..., ...) are left to the\n"
+    L"script's commands, which read the command line from String_CommandLine.\n"
+    L"\n"
+    L"Exit code: int_ReturnCode as the script leaves it. Otherwise 87 for a bad\n"
+    L"command line, 2 for a missing script, 126 for a plug-in that cannot be loaded,\n"
+    L"13 for a script that cannot be loaded, the status of a command that stopped the\n"
+    L"run, and 1223 for a run cancelled with Ctrl+C.\n";
+
+namespace {
+
+bool StartsWithNoCase(const std::wstring& text, const wchar_t* prefix) {
+  size_t i = 0;
+  for (; prefix[i] != L'\0'; ++i) {
+    if (i >= text.size() || towlower(text[i]) != towlower(prefix[i])) return false;
+  }
+  return true;
+}
+
+}  // namespace
+
+bool ParseOptions(const std::vector<std::wstring>& arguments, HostOptions* options, std::wstring* error) {
+  for (const std::wstring& argument : arguments) {
+    if (argument == L"/?" || StartsWithNoCase(argument, L"/help") || argument == L"--help" || argument == L"-h") {
+      options->help = true;
+    } else if (StartsWithNoCase(argument, L"/trace") && argument.size() == 6) {
+      options->trace = true;
+    } else if (StartsWithNoCase(argument, L"/plugin=")) {
+      options->plugin = argument.substr(8);
+      if (options->plugin.empty()) {
+        *error = L"/plugin= needs a path";
+        return false;
+      }
+    } else if (StartsWithNoCase(argument, L"/set:")) {
+      size_t equals = argument.find(L'=');
+      std::wstring name = argument.substr(5, equals == std::wstring::npos ? std::wstring::npos : equals - 5);
+      if (equals == std::wstring::npos || name.empty()) {
+        *error = L"/set: needs name=value, as in /set:String_InstallPath=C:\\Product\\";
+        return false;
+      }
+      if (name.compare(0, 4, L"int_") != 0 && name.compare(0, 7, L"String_") != 0) {
+        *error = L"/set:" + name + L": only int_ and String_ variables can be preset";
+        return false;
+      }
+      options->presets.emplace_back(name, argument.substr(equals + 1));
+    } else if (!argument.empty() && argument[0] != L'/' && options->script.empty()) {
+      options->script = argument;
+    }
+  }
+  if (!options->help && options->script.empty()) {
+    *error = L"no script given";
+    return false;
+  }
+  return true;
+}

@@ -1,0 +1,21 @@
+// The reference engine's command line.
+#pragma once
+
+#include <string>
+#include <utility>
+#include <vector>
+
+struct HostOptions {
+  std::wstring script;
+  std::wstring plugin;  // empty: InstallCommands.dll beside Installer.exe
+  std::vector<std::pair<std::wstring, std::wstring>> presets;  // /set:name=value
+  bool trace = false;
+  bool help = false;
+};
+
+// Parses the arguments after the program's name. Switches the engine does not know
+// (/silent, /path=..., /lang=...) are left for the script's commands, which read the
+// whole command line from String_CommandLine. False with error on a bad argument.
+bool ParseOptions(const std::vector<std::wstring>& arguments, HostOptions* options, std::wstring* error);
+
+extern const wchar_t kUsage[];

@@ -1,0 +1,290 @@
+#include "host/ScriptLoader.h"
+
+#include <msxml2.h>
+
+#include <string>
+
+#include "engine/InstallCommand.h"
+
+namespace {
+
+// mingw declares these but does not define them.
+const CLSID kClsidDomDocument30 = {0xF5078F32, 0xC551, 0x11D3, {0x89, 0xB9, 0x00, 0x00, 0xF8, 0x1F, 0xE2, 0x21}};
+const IID kIidXmlDomDocument = {0x2933BF81, 0x7B36, 0x11D2, {0xB2, 0x0E, 0x00, 0xC0, 0x4F, 0x98, 0x3E, 0x60}};
+
+typedef CInstallCommand* (*CommandFactory)();
+
+// Owns one COM reference.
+template <class T>
+class ComRef {
+ public:
+  ComRef() = default;
+  ~ComRef() { Reset(); }
+  ComRef(const ComRef&) = delete;
+  ComRef& operator=(const ComRef&) = delete;
+  T** Out() {
+    Reset();
+    return &ptr_;
+  }
+  T* operator->() const { return ptr_; }
+  T* Get() const { return ptr_; }
+  T* Detach() {
+    T* ptr = ptr_;
+    ptr_ = nullptr;
+    return ptr;
+  }
+  void Reset() {
+    if (ptr_ != nullptr) ptr_->Release();
+    ptr_ = nullptr;
+  }
+
+ private:
+  T* ptr_ = nullptr;
+};
+
+// Owns one system string.
+class Bstr {
+ public:
+  Bstr() = default;
+  explicit Bstr(const wchar_t* text) : text_(SysAllocString(text)) {}
+  ~Bstr() { SysFreeString(text_); }
+  Bstr(const Bstr&) = delete;
+  Bstr& operator=(const Bstr&) = delete;
+  BSTR* Out() {
+    SysFreeString(text_);
+    text_ = nullptr;
+    return &text_;
+  }
+  operator BSTR() const { return text_; }
+  std::wstring Str() const { return text_ != nullptr ? std::wstring(text_) : std::wstring(); }
+
+ private:
+  BSTR text_ = nullptr;
+};
+
+std::wstring AttributeText(IXMLDOMElement* element, const wchar_t* name, bool* present) {
+  Bstr attributeName(name);
+  VARIANT value;
+  VariantInit(&value);
+  *present = element->getAttribute(attributeName, &value) == S_OK && value.vt == VT_BSTR;
+  std::wstring text = *present ? std::wstring(value.bstrVal) : std::wstring();
+  VariantClear(&value);
+  return text;
+}
+
+// The element children of node, in document order.
+bool ElementChildren(IXMLDOMNode* node, std::vector<IXMLDOMElement*>* elements) {
+  ComRef<IXMLDOMNodeList> children;
+  if (node->get_childNodes(children.Out()) != S_OK) return false;
+  long count = 0;
+  children->get_length(&count);
+  for (long i = 0; i < count; ++i) {
+    ComRef<IXMLDOMNode> child;
+    if (children->get_item(i, child.Out()) != S_OK) continue;
+    DOMNodeType type;
+    child->get_nodeType(&type);
+    if (type != NODE_ELEMENT) continue;
+    IXMLDOMElement* element = nullptr;
+    if (child->QueryInterface(IID_IXMLDOMElement, reinterpret_cast<void**>(&element)) == S_OK) {
+      elements->push_back(element);
+    }
+  }
+  return true;
+}
+
+void ReleaseAll(std::vector<IXMLDOMElement*>* elements) {
+  for (IXMLDOMElement* element : *elements) element->Release();
+  elements->clear();
+}
+
+std::wstring NodeName(IXMLDOMNode* node) {
+  Bstr name;
+  node->get_nodeName(name.Out());
+  return name.Str();
+}
+
+bool ReadVariables(IXMLDOMElement* section, const std::wstring& path, LoadedScript* script, std::wstring* error) {
+  std::vector<IXMLDOMElement*> elements;
+  ElementChildren(section, &elements);
+  bool ok = true;
+  for (size_t i = 0; i < elements.size() && ok; ++i) {
+    bool hasName = false;
+    bool hasValue = false;
+    std::wstring name = AttributeText(elements[i], L"name", &hasName);
+    std::wstring value = AttributeText(elements[i], L"value", &hasValue);
+    if (NodeName(elements[i]) != L"variable" || !hasName || !hasValue) {
+      *error = L"script '" + path + L"': variable #" + std::to_wstring(i + 1) +
+               L" must be <variable name=\"...\" value=\"...\"/>";
+      ok = false;
+    } else if (name.compare(0, 4, L"int_") != 0 && name.compare(0, 7, L"String_") != 0) {
+      *error = L"script '" + path + L"': variable '" + name + L"' must be an int_ or a String_ variable";
+      ok = false;
+    } else {
+      script->variables.emplace_back(name, value);
+    }
+  }
+  ReleaseAll(&elements);
+  return ok;
+}
+
+// Creates and loads one command. Returns null and fills error when it can't.
+CInstallCommand* MakeCommand(IXMLDOMElement* element, size_t position, HMODULE plugin, const std::wstring& where,
+                             std::wstring* error) {
+  std::wstring name = NodeName(element);
+  std::string exportName = "GetC";
+  for (wchar_t c : name) exportName.push_back(static_cast<char>(c < 128 ? c : '?'));
+  exportName += "Command";
+  auto factory = reinterpret_cast<CommandFactory>(reinterpret_cast<void*>(GetProcAddress(plugin, exportName.c_str())));
+  if (factory == nullptr) {
+    *error = where + L": unknown command (the plug-in has no export " + std::wstring(exportName.begin(), exportName.end()) +
+             L")";
+    return nullptr;
+  }
+  CInstallCommand* command = factory();
+  if (command == nullptr) {
+    *error = where + L": the factory returned no command (out of memory)";
+    return nullptr;
+  }
+  ComRef<IXMLDOMNamedNodeMap> attributes;
+  element->get_attributes(attributes.Out());
+  int32_t status = 0;
+  try {
+    // Load releases the reference it is given.
+    status = command->Load(attributes.Detach());
+  } catch (const ComError& failure) {
+    status = failure.hr;
+  }
+  if (status != 0) {
+    *error = where + L": Load failed with status " + std::to_wstring(status) +
+             (status == 1 ? L" (a required attribute is missing)" : L"");
+    command->Free();
+    return nullptr;
+  }
+  // Some commands never read index and next themselves; give the engine's raw
+  // reading a chance, then fall back to the element's position.
+  if (command->GetIndex() == -1) {
+    ComRef<IXMLDOMNamedNodeMap> raw;
+    element->get_attributes(raw.Out());
+    command->LoadIndexes(raw.Get());
+  }
+  if (command->GetIndex() == -1) command->SetIndex(static_cast<int32_t>(position));
+  return command;
+}
+
+}  // namespace
+
+void FreeCommands(CommandMap* commands) {
+  if (commands == nullptr) return;
+  for (auto& entry : *commands) {
+    if (entry.second != nullptr) entry.second->Free();
+  }
+  delete commands;
+}
+
+bool LoadScript(const std::wstring& path, HMODULE plugin, LoadedScript* script, std::wstring* error) {
+  ComRef<IXMLDOMDocument> document;
+  HRESULT hr = CoCreateInstance(kClsidDomDocument30, nullptr, CLSCTX_INPROC_SERVER, kIidXmlDomDocument,
+                                reinterpret_cast<void**>(document.Out()));
+  if (FAILED(hr)) {
+    *error = L"cannot create the MSXML 3.0 document (error 0x" + std::to_wstring(static_cast<unsigned long>(hr)) + L")";
+    return false;
+  }
+  document->put_async(VARIANT_FALSE);
+  VARIANT source;
+  VariantInit(&source);
+  source.vt = VT_BSTR;
+  source.bstrVal = SysAllocString(path.c_str());
+  VARIANT_BOOL loaded = VARIANT_FALSE;
+  hr = document->load(source, &loaded);
+  VariantClear(&source);
+  if (hr != S_OK || loaded != VARIANT_TRUE) {
+    std::wstring reason;
+    ComRef<IXMLDOMParseError> parseError;
+    if (document->get_parseError(parseError.Out()) == S_OK && parseError.Get() != nullptr) {
+      Bstr text;
+      long line = 0;
+      parseError->get_reason(text.Out());
+      parseError->get_line(&line);
+      reason = text.Str();
+      while (!reason.empty() && (reason.back() == L'\n' || reason.back() == L'\r')) reason.pop_back();
+      if (line > 0) reason += L" at line " + std::to_wstring(line);
+    }
+    *error = L"script '" + path + L"' cannot be read as XML" + (reason.empty() ? L"" : L": " + reason);
+    return false;
+  }
+
+  ComRef<IXMLDOMElement> root;
+  if (document->get_documentElement(root.Out()) != S_OK || NodeName(root.Get()) != L"install") {
+    *error = L"script '" + path + L"': the root element must be <install>";
+    return false;
+  }
+  std::vector<IXMLDOMElement*> sections;
+  ElementChildren(root.Get(), &sections);
+  IXMLDOMElement* commandsSection = nullptr;
+  bool ok = true;
+  for (IXMLDOMElement* section : sections) {
+    std::wstring name = NodeName(section);
+    if (name == L"variables") {
+      ok = ok && ReadVariables(section, path, script, error);
+    } else if (name == L"commands" && commandsSection == nullptr) {
+      commandsSection = section;
+    }
+  }
+  if (ok && commandsSection == nullptr) {
+    *error = L"script '" + path + L"': <install> has no <commands> element";
+    ok = false;
+  }
+
+  CommandMap* commands = new CommandMap();
+  std::vector<IXMLDOMElement*> elements;
+  if (ok) ElementChildren(commandsSection, &elements);
+  if (ok && elements.empty()) {
+    *error = L"script '" + path + L"': <commands> holds no command";
+    ok = false;
+  }
+  for (size_t i = 0; ok && i < elements.size(); ++i) {
+    std::wstring where = L"script '" + path + L"', element <" + NodeName(elements[i]) + L"> (command #" +
+                         std::to_wstring(i + 1) + L")";
+    CInstallCommand* command = MakeCommand(elements[i], i + 1, plugin, where, error);
+    if (command == nullptr) {
+      ok = false;
+      break;
+    }
+    int32_t index = command->GetIndex();
+    if (index == 0) {
+      *error = where + L": index 0 is the end marker and cannot name a command";
+      ok = false;
+    } else if (commands->count(index) != 0) {
+      *error = where + L": index " + std::to_wstring(index) + L" is used by <" + script->elementNames[index] +
+               L"> already";
+      ok = false;
+    }
+    if (!ok) {
+      command->Free();
+      break;
+    }
+    (*commands)[index] = command;
+    script->elementNames[index] = NodeName(elements[i]);
+    if (i == 0) script->entry = index;
+  }
+  if (ok) {
+    bool hasEntry = false;
+    std::wstring entry = AttributeText(commandsSection, L"entry", &hasEntry);
+    if (hasEntry) {
+      script->entry = static_cast<int32_t>(wcstol(entry.c_str(), nullptr, 0));
+      if (commands->count(script->entry) == 0) {
+        *error = L"script '" + path + L"': the entry index " + entry + L" names no command";
+        ok = false;
+      }
+    }
+  }
+  ReleaseAll(&elements);
+  ReleaseAll(&sections);
+  if (!ok) {
+    FreeCommands(commands);
+    script->elementNames.clear();
+    return false;
+  }
+  script->commands = commands;
+  return true;
+}

@@ -1,0 +1,163 @@
+// Installer.exe, the reference engine: keeps the variable store, loads the plug-in
+// and an install script, walks the commands and returns int_ReturnCode.
+#include <windows.h>
+#include <objbase.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "engine/SelfFree.h"
+#include "host/HostServices.h"
+#include "host/MultiStrings.h"
+#include "host/Options.h"
+#include "host/ScriptLoader.h"
+#include "host/Shutdown.h"
+#include "host/VariableStore.h"
+#include "host/Walker.h"
+
+namespace {
+
+enum ExitCode : int {
+  kExitFileNotFound = 2,       // ERROR_FILE_NOT_FOUND
+  kExitBadScript = 13,         // ERROR_INVALID_DATA
+  kExitBadCommandLine = 87,    // ERROR_INVALID_PARAMETER
+  kExitNoPlugin = 126,         // ERROR_MOD_NOT_FOUND
+  kExitCancelled = 1223,       // ERROR_CANCELLED
+};
+
+HANDLE g_cancelEvent = nullptr;
+
+void PrintUtf8(FILE* stream, const std::wstring& text) {
+  int bytes = WideCharToMultiByte(CP_UTF8, 0, text.c_str(), -1, nullptr, 0, nullptr, nullptr);
+  std::string narrow(bytes > 0 ? bytes - 1 : 0, '\0');
+  if (bytes > 1) WideCharToMultiByte(CP_UTF8, 0, text.c_str(), -1, &narrow[0], bytes, nullptr, nullptr);
+  fwrite(narrow.data(), 1, narrow.size(), stream);
+  fflush(stream);
+}
+
+void Fail(const std::wstring& message) { PrintUtf8(stderr, L"Installer: " + message + L"\n"); }
+
+std::wstring ModuleFolder() {
+  wchar_t path[MAX_PATH] = {};
+  GetModuleFileNameW(nullptr, path, MAX_PATH);
+  std::wstring folder(path);
+  size_t slash = folder.find_last_of(L"\\/");
+  return slash == std::wstring::npos ? std::wstring() : folder.substr(0, slash + 1);
+}
+
+void PutString(const char* name, const std::wstring& value) {
+  VariableStore& store = VariableStore::Instance();
+  auto* old = reinterpret_cast<CSelfFree*>(store.Get(name));
+  store.Put(name, reinterpret_cast<StoreValue>(MakeString(value.c_str())));
+  SelfFreeRelease(old);
+}
+
+// A preset from the script or the command line. Names were checked to be int_ or
+// String_ when they were read.
+void PutPreset(const std::wstring& name, const std::wstring& value) {
+  std::string narrow(name.begin(), name.end());
+  if (name.compare(0, 4, L"int_") == 0) {
+    VariableStore::Instance().Put(narrow.c_str(), static_cast<StoreValue>(wcstoll(value.c_str(), nullptr, 0)));
+  } else {
+    PutString(narrow.c_str(), value);
+  }
+}
+
+BOOL WINAPI OnConsoleControl(DWORD type) {
+  if (type != CTRL_C_EVENT && type != CTRL_BREAK_EVENT) return FALSE;
+  SetEvent(g_cancelEvent);
+  CancelForkedChains();
+  return TRUE;
+}
+
+int Run(const HostOptions& options) {
+  if (GetFileAttributesW(options.script.c_str()) == INVALID_FILE_ATTRIBUTES) {
+    Fail(L"script '" + options.script + L"' not found");
+    return kExitFileNotFound;
+  }
+  std::wstring pluginPath = options.plugin.empty() ? ModuleFolder() + L"InstallCommands.dll" : options.plugin;
+
+  VariableStore& store = VariableStore::Instance();
+  CSelfFree* decrypter = new CPlainDecrypter();
+  CSelfFree* lists = new CMultiStringApi();
+  CSelfFree* trace = options.trace ? new CTraceLogger() : nullptr;
+  store.Put("SelfFree_Decrypter", reinterpret_cast<StoreValue>(decrypter));
+  store.Put("SelfFree_MultiStringApi", reinterpret_cast<StoreValue>(lists));
+  if (trace != nullptr) store.Put("SelfFree_LoggerApi", reinterpret_cast<StoreValue>(trace));
+  PutString("String_CommandLine", GetCommandLineW());
+  PutString("String_ApplicationPath", ModuleFolder());
+  std::set<CSelfFree*> owned = {decrypter, lists};
+  if (trace != nullptr) owned.insert(trace);
+
+  HMODULE plugin = LoadLibraryW(pluginPath.c_str());
+  if (plugin == nullptr) {
+    Fail(L"cannot load the plug-in library '" + pluginPath + L"' (error " + std::to_wstring(GetLastError()) + L")");
+    ReleaseStore(owned);
+    return kExitNoPlugin;
+  }
+
+  LoadedScript script;
+  std::wstring error;
+  if (!LoadScript(options.script, plugin, &script, &error)) {
+    Fail(error);
+    ReleaseStore(owned);
+    FreeLibrary(plugin);
+    return kExitBadScript;
+  }
+  for (auto& variable : script.variables) PutPreset(variable.first, variable.second);
+  for (auto& preset : options.presets) PutPreset(preset.first, preset.second);
+  store.Put("commands", reinterpret_cast<StoreValue>(script.commands));
+
+  CRITICAL_SECTION storeLock;
+  InitializeCriticalSection(&storeLock);
+  g_cancelEvent = CreateEventW(nullptr, TRUE, FALSE, nullptr);
+  SetConsoleCtrlHandler(OnConsoleControl, TRUE);
+
+  WalkOutcome outcome = WalkCommands(*script.commands, script.entry, g_cancelEvent, &storeLock);
+  WaitForForkedChains();
+  SetConsoleCtrlHandler(OnConsoleControl, FALSE);
+
+  int exitCode = static_cast<int32_t>(store.Get("int_ReturnCode"));
+  if (outcome.status != 0) {
+    Fail(L"command " + std::to_wstring(outcome.failedIndex) + L" <" + script.elementNames[outcome.failedIndex] +
+         L"> stopped the run with status " + std::to_wstring(outcome.status));
+    if (exitCode == 0) exitCode = outcome.status;
+  }
+  if (outcome.missingIndex != 0) {
+    Fail(L"the walk was sent to index " + std::to_wstring(outcome.missingIndex) + L", which names no command");
+  }
+  if (outcome.cancelled) {
+    Fail(L"the run was cancelled");
+    if (exitCode == 0) exitCode = kExitCancelled;
+  }
+
+  ReleaseStore(owned);
+  CloseHandle(g_cancelEvent);
+  DeleteCriticalSection(&storeLock);
+  FreeLibrary(plugin);
+  return exitCode;
+}
+
+}  // namespace
+
+int wmain(int argc, wchar_t** argv) {
+  std::vector<std::wstring> arguments(argv + 1, argv + argc);
+  HostOptions options;
+  std::wstring error;
+  if (!ParseOptions(arguments, &options, &error)) {
+    Fail(error);
+    PrintUtf8(stderr, kUsage);
+    return kExitBadCommandLine;
+  }
+  if (options.help) {
+    PrintUtf8(stdout, kUsage);
+    return 0;
+  }
+  HRESULT com = CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
+  int exitCode = Run(options);
+  if (SUCCEEDED(com)) CoUninitialize();
+  return exitCode;
+}
