@@ -3,6 +3,9 @@
 #include <windows.h>
 #include <objbase.h>
 
+#include <fcntl.h>
+#include <io.h>
+
 #include <cstdio>
 #include <cstdlib>
 #include <set>
@@ -144,6 +147,10 @@ int Run(const HostOptions& options) {
 }  // namespace
 
 int wmain(int argc, wchar_t** argv) {
+  // Lines end in "\n" as written: the trace is read through pipes and on Linux
+  // terminals as often as in a console.
+  _setmode(_fileno(stdout), _O_BINARY);
+  _setmode(_fileno(stderr), _O_BINARY);
   std::vector<std::wstring> arguments(argv + 1, argv + argc);
   HostOptions options;
   std::wstring error;

@@ -41,5 +41,19 @@ if [ ! -f "$prefix/.ready" ]; then
 fi
 
 # A persistent server saves the start-up of a new one for every program.
-wineserver -p >/dev/null 2>&1 || true
-exec wine "$@"
+wineserver -p >/dev/null 2>&1 </dev/null || true
+
+# Wine's own background processes (services.exe, winedevice.exe, ...) inherit
+# the output of the program that started them and outlive it with the server.
+# When that output is a pipe (CTest, CI logs), its reader would wait for them
+# forever, so the program's output goes through files instead.
+if [ -t 1 ] && [ -t 2 ]; then
+  exec wine "$@"
+fi
+capture=$(mktemp -d)
+trap 'rm -rf "$capture"' EXIT
+status=0
+wine "$@" >"$capture/out" 2>"$capture/err" </dev/null || status=$?
+cat "$capture/out"
+cat "$capture/err" >&2
+exit $status

@@ -1,0 +1,222 @@
+// The reference engine run as users run it: Installer.exe as a child process with
+// real scripts, its standard error captured and its exit code read.
+#include <windows.h>
+
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <string>
+
+namespace {
+
+std::wstring Folder(const std::wstring& path) { return path.substr(0, path.find_last_of(L"\\/") + 1); }
+
+std::wstring TestFolder() {
+  wchar_t path[MAX_PATH] = {};
+  GetModuleFileNameW(nullptr, path, MAX_PATH);
+  return Folder(path);
+}
+
+// The built engine: bin\ of the build tree, two levels above this test.
+std::wstring Installer() { return TestFolder() + L"..\\..\\bin\\Installer.exe"; }
+
+struct RunResult {
+  DWORD exitCode = 0;
+  std::string err;
+  std::string out;
+};
+
+std::string ReadAll(HANDLE pipe) {
+  std::string text;
+  char buffer[4096];
+  DWORD read = 0;
+  while (ReadFile(pipe, buffer, sizeof(buffer), &read, nullptr) && read > 0) text.append(buffer, read);
+  return text;
+}
+
+struct PipeReader {
+  HANDLE pipe;
+  std::string text;
+};
+
+DWORD WINAPI ReadPipe(LPVOID parameter) {
+  auto* reader = static_cast<PipeReader*>(parameter);
+  reader->text = ReadAll(reader->pipe);
+  return 0;
+}
+
+// Runs the engine with arguments, at most 30 s.
+RunResult RunInstaller(const std::wstring& arguments) {
+  RunResult result;
+  SECURITY_ATTRIBUTES inherit = {sizeof(inherit), nullptr, TRUE};
+  HANDLE outRead, outWrite, errRead, errWrite;
+  CreatePipe(&outRead, &outWrite, &inherit, 0);
+  CreatePipe(&errRead, &errWrite, &inherit, 0);
+  SetHandleInformation(outRead, HANDLE_FLAG_INHERIT, 0);
+  SetHandleInformation(errRead, HANDLE_FLAG_INHERIT, 0);
+  STARTUPINFOW startup = {};
+  startup.cb = sizeof(startup);
+  startup.dwFlags = STARTF_USESTDHANDLES;
+  startup.hStdInput = GetStdHandle(STD_INPUT_HANDLE);
+  startup.hStdOutput = outWrite;
+  startup.hStdError = errWrite;
+  std::wstring commandLine = L"\"" + Installer() + L"\" " + arguments;
+  PROCESS_INFORMATION process = {};
+  if (!CreateProcessW(nullptr, &commandLine[0], nullptr, nullptr, TRUE, 0, nullptr, nullptr, &startup, &process)) {
+    ADD_FAILURE() << "cannot start Installer.exe: " << GetLastError();
+    result.exitCode = ~0u;
+    return result;
+  }
+  CloseHandle(outWrite);
+  CloseHandle(errWrite);
+  PipeReader out = {outRead, {}};
+  PipeReader err = {errRead, {}};
+  HANDLE readers[2] = {CreateThread(nullptr, 0, ReadPipe, &out, 0, nullptr),
+                       CreateThread(nullptr, 0, ReadPipe, &err, 0, nullptr)};
+  if (WaitForSingleObject(process.hProcess, 30000) != WAIT_OBJECT_0) {
+    ADD_FAILURE() << "Installer.exe did not end within 30 s";
+    TerminateProcess(process.hProcess, 999);
+  }
+  WaitForMultipleObjects(2, readers, TRUE, 5000);
+  GetExitCodeProcess(process.hProcess, &result.exitCode);
+  CloseHandle(readers[0]);
+  CloseHandle(readers[1]);
+  CloseHandle(process.hProcess);
+  CloseHandle(process.hThread);
+  CloseHandle(outRead);
+  CloseHandle(errRead);
+  result.out = out.text;
+  result.err = err.text;
+  return result;
+}
+
+class HostRunTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    wchar_t temp[MAX_PATH] = {};
+    GetTempPathW(MAX_PATH, temp);
+    GUID guid;
+    CoCreateGuid(&guid);
+    wchar_t name[64] = {};
+    swprintf_s(name, 64, L"hostrun-%08lx%04x", guid.Data1, guid.Data2);
+    folder_ = std::wstring(temp) + name + L"\\";
+    CreateDirectoryW(folder_.c_str(), nullptr);
+  }
+  void TearDown() override {
+    for (const std::wstring& file : files_) DeleteFileW(file.c_str());
+    RemoveDirectoryW(folder_.c_str());
+  }
+  std::wstring Script(const std::string& body) {
+    std::wstring path = folder_ + L"script" + std::to_wstring(files_.size()) + L".xml";
+    std::ofstream(path.c_str(), std::ios::binary) << body;
+    files_.push_back(path);
+    return L"\"" + path + L"\"";
+  }
+  std::wstring folder_;
+  std::vector<std::wstring> files_;
+};
+
+bool Has(const std::string& text, const std::string& part) { return text.find(part) != std::string::npos; }
+
+}  // namespace
+
+TEST_F(HostRunTest, ScriptWithForkJoinCancelAndEventsRunsToItsReturnCode) {
+  std::wstring script = Script(R"(<?xml version="1.0"?>
+<install>
+  <variables>
+    <variable name="int_ReturnCode" value="42"/>
+  </variables>
+  <commands>
+    <!-- main chain -->
+    <CreateEvent index="1" eventVar="Ready" manualReset="1"/>
+    <Fork index="2" threadId="1" threadStart="10"/>
+    <WaitForHandle index="3" eventVar="Ready" waitAmount="10000"/>
+    <Join index="4" threadId="1"/>
+    <Cancel index="5" threadId="2"/>
+    <Fork index="6" threadId="2" threadStart="20"/>
+    <Join index="7" threadId="2" next="0"/>
+    <!-- chain 1 signals the main chain -->
+    <SetEvent index="10" eventVar="Ready" next="0"/>
+    <!-- chain 2 is cancelled before it can start -->
+    <SetEvent index="20" eventVar="Ready" next="0"/>
+  </commands>
+</install>)");
+  RunResult run = RunInstaller(L"/trace " + script);
+  EXPECT_EQ(run.exitCode, 42u) << run.err;
+  EXPECT_TRUE(Has(run.err, "10: SetEvent End execute. Next command 0.\n[ThreadId 1] Reached end command.\n"));
+  EXPECT_TRUE(Has(run.err, "4: Join ThreadId=1 joined.\n"));
+  EXPECT_TRUE(Has(run.err, "6: Fork Found thread info for threadId=2.\n"));
+  EXPECT_FALSE(Has(run.err, "[ThreadId 2]"));
+  EXPECT_TRUE(Has(run.err, "7: Join ThreadId=2 joined.\n7: Join End execute. Next command 0.\n[Main] Reached end command.\n"));
+  EXPECT_FALSE(Has(run.err, "Installer:")) << "no complaint from the engine";
+}
+
+TEST_F(HostRunTest, PresetsReachTheScriptAndConditionsSkip) {
+  std::wstring script = Script(R"(<install><commands>
+    <SetEvent index="1" eventVar="Missing" execCondition="DoIt"/>
+    <CreateEvent index="2" eventVar="[Name]" next="0"/>
+  </commands></install>)");
+  RunResult skipped = RunInstaller(L"/trace /set:int_ReturnCode=0x11 " + script);
+  EXPECT_EQ(skipped.exitCode, 17u);
+  EXPECT_TRUE(Has(skipped.err, "[Main] Command 1 not required.\n"));
+  RunResult run = RunInstaller(L"/trace /set:int_DoIt=1 " + script);
+  EXPECT_EQ(run.exitCode, 0u);
+  EXPECT_TRUE(Has(run.err, "HANDLE_Missing doesn't contain an event to set!\n"));
+}
+
+TEST_F(HostRunTest, BusyCommandStopsTheWalkWithItsStatus) {
+  // The chain sits in command 9 for 3 s; the main walk pauses half a second and
+  // then reaches the same command, and is turned away.
+  std::wstring script = Script(R"(<install><commands>
+    <CreateEvent index="1" eventVar="Hold" manualReset="1"/>
+    <Fork index="2" threadId="1" threadStart="9"/>
+    <WaitForHandle index="3" eventVar="Hold" waitAmount="500" next="9"/>
+    <WaitForHandle index="9" eventVar="Hold" waitAmount="3000" next="0"/>
+  </commands></install>)");
+  RunResult run = RunInstaller(script);
+  EXPECT_EQ(run.exitCode, 1359u) << run.err;
+  EXPECT_TRUE(Has(run.err, "command 9 <WaitForHandle> stopped the run with status 1359")) << run.err;
+}
+
+TEST_F(HostRunTest, BrokenScriptsStopBeforeAnythingRuns) {
+  struct Case {
+    std::string body;
+    std::string message;
+  } cases[] = {
+      {R"(<install><commands><CreateEvent eventVar="A"/><Bogus/></commands></install>)",
+       "element <Bogus> (command #2): unknown command (the plug-in has no export GetCBogusCommand)"},
+      {R"(<install><commands><WaitForHandle eventVar="A"/></commands></install>)",
+       "element <WaitForHandle> (command #1): Load failed with status 1 (a required attribute is missing)"},
+      {R"(<install><commands><SetEvent eventVar="A"></commands></install>)", "cannot be read as XML"},
+      {R"(<setup><commands/></setup>)", "the root element must be <install>"},
+      {R"(<install><commands><SetEvent index="3" eventVar="A"/><SetEvent index="3" eventVar="B"/></commands></install>)",
+       "index 3 is used by <SetEvent> already"},
+  };
+  for (const Case& c : cases) {
+    std::wstring script = Script(c.body);
+    RunResult run = RunInstaller(L"/trace " + script);
+    EXPECT_EQ(run.exitCode, 13u) << c.body;
+    EXPECT_TRUE(Has(run.err, c.message)) << run.err;
+    EXPECT_TRUE(Has(run.err, "script" + std::to_string(files_.size() - 1) + ".xml")) << "names the file: " << run.err;
+    EXPECT_FALSE(Has(run.err, "Begin execute")) << "nothing ran: " << run.err;
+  }
+}
+
+TEST_F(HostRunTest, MissingFilesAndBadArgumentsAreClearErrors) {
+  RunResult noScript = RunInstaller(L"\"" + folder_ + L"absent.xml\"");
+  EXPECT_EQ(noScript.exitCode, 2u);
+  EXPECT_TRUE(Has(noScript.err, "absent.xml' not found"));
+
+  std::wstring script = Script("<install><commands><SetEvent eventVar='A'/></commands></install>");
+  RunResult noPlugin = RunInstaller(L"/plugin=\"" + folder_ + L"absent.dll\" " + script);
+  EXPECT_EQ(noPlugin.exitCode, 126u);
+  EXPECT_TRUE(Has(noPlugin.err, "cannot load the plug-in library")) << noPlugin.err;
+
+  RunResult noArguments = RunInstaller(L"");
+  EXPECT_EQ(noArguments.exitCode, 87u);
+  EXPECT_TRUE(Has(noArguments.err, "Usage: Installer.exe"));
+
+  RunResult help = RunInstaller(L"/?");
+  EXPECT_EQ(help.exitCode, 0u);
+  EXPECT_TRUE(Has(help.out, "/set:<name>=<value>"));
+}

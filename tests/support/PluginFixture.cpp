@@ -1,0 +1,143 @@
+#include "tests/support/PluginFixture.h"
+
+#include "host/HostServices.h"
+#include "host/ScriptLoader.h"
+#include "host/Shutdown.h"
+#include "host/VariableStore.h"
+
+namespace {
+const CLSID kClsidDomDocument30 = {0xF5078F32, 0xC551, 0x11D3, {0x89, 0xB9, 0x00, 0x00, 0xF8, 0x1F, 0xE2, 0x21}};
+const IID kIidXmlDomDocument = {0x2933BF81, 0x7B36, 0x11D2, {0xB2, 0x0E, 0x00, 0xC0, 0x4F, 0x98, 0x3E, 0x60}};
+}  // namespace
+
+HMODULE Plugin() {
+  static HMODULE plugin = LoadLibraryW(L"InstallCommands.dll");
+  return plugin;
+}
+
+IXMLDOMNamedNodeMap* ParseAttributes(const std::wstring& elementXml, std::wstring* name) {
+  IXMLDOMDocument* document = nullptr;
+  if (CoCreateInstance(kClsidDomDocument30, nullptr, CLSCTX_INPROC_SERVER, kIidXmlDomDocument,
+                       reinterpret_cast<void**>(&document)) != S_OK) {
+    return nullptr;
+  }
+  BSTR xml = SysAllocString(elementXml.c_str());
+  VARIANT_BOOL ok = VARIANT_FALSE;
+  document->loadXML(xml, &ok);
+  SysFreeString(xml);
+  IXMLDOMNamedNodeMap* attributes = nullptr;
+  IXMLDOMElement* root = nullptr;
+  if (ok == VARIANT_TRUE && document->get_documentElement(&root) == S_OK) {
+    root->get_attributes(&attributes);
+    if (name != nullptr) {
+      BSTR nodeName = nullptr;
+      root->get_nodeName(&nodeName);
+      *name = nodeName;
+      SysFreeString(nodeName);
+    }
+    root->Release();
+  }
+  document->Release();
+  return attributes;
+}
+
+CInstallCommand* CreateCommand(const std::wstring& elementXml, int32_t* loadStatus) {
+  std::wstring name;
+  IXMLDOMNamedNodeMap* attributes = ParseAttributes(elementXml, &name);
+  if (attributes == nullptr) return nullptr;
+  std::string exportName = "GetC" + std::string(name.begin(), name.end()) + "Command";
+  typedef CInstallCommand* (*Factory)();
+  auto factory = reinterpret_cast<Factory>(reinterpret_cast<void*>(GetProcAddress(Plugin(), exportName.c_str())));
+  if (factory == nullptr) {
+    attributes->Release();
+    return nullptr;
+  }
+  CInstallCommand* command = factory();
+  int32_t status = command->Load(attributes);
+  if (loadStatus != nullptr) *loadStatus = status;
+  return command;
+}
+
+std::wstring UniqueName(const wchar_t* stem) {
+  static LONG counter = 0;
+  return std::wstring(stem) + L"_" + std::to_wstring(GetCurrentProcessId()) + L"_" +
+         std::to_wstring(InterlockedIncrement(&counter));
+}
+
+void PluginTest::SetUp() {
+  ASSERT_NE(Plugin(), nullptr) << "InstallCommands.dll did not load";
+  VariableStore& store = VariableStore::Instance();
+  store.Clear();
+  log_ = new CaptureLogger();
+  commands_ = new CommandMap();
+  InitializeCriticalSection(&storeLock_);
+  cancel_ = CreateEventW(nullptr, TRUE, FALSE, nullptr);
+  store.Put("SelfFree_LoggerApi", reinterpret_cast<StoreValue>(log_));
+  store.Put("SelfFree_Decrypter", reinterpret_cast<StoreValue>(new CPlainDecrypter()));
+  store.Put("commands", reinterpret_cast<StoreValue>(commands_));
+}
+
+void PluginTest::TearDown() {
+  // Chains a test left running are stopped and waited for before their commands go.
+  SetEvent(cancel_);
+  CancelForkedChains();
+  WaitForForkedChains();
+  for (HANDLE worker : workers_) {
+    WaitForSingleObject(worker, 10000);
+    CloseHandle(worker);
+  }
+  workers_.clear();
+  ReleaseStore({});
+  CloseHandle(cancel_);
+  DeleteCriticalSection(&storeLock_);
+}
+
+CInstallCommand* PluginTest::Add(const std::wstring& elementXml) {
+  int32_t status = -1;
+  CInstallCommand* command = CreateCommand(elementXml, &status);
+  EXPECT_NE(command, nullptr) << "no command for " << std::string(elementXml.begin(), elementXml.end());
+  EXPECT_EQ(status, 0);
+  if (command != nullptr) (*commands_)[command->GetIndex()] = command;
+  return command;
+}
+
+namespace {
+struct ExecuteJob {
+  CInstallCommand* command;
+  HANDLE cancel;
+  CRITICAL_SECTION* storeLock;
+  int32_t status;
+};
+
+DWORD WINAPI RunExecuteJob(LPVOID parameter) {
+  auto* job = static_cast<ExecuteJob*>(parameter);
+  job->status = job->command->Execute(job->cancel, job->storeLock);
+  return 0;
+}
+}  // namespace
+
+HANDLE PluginTest::StartExecute(CInstallCommand* command) {
+  // The job is left to the thread; it is small and tests are short.
+  auto* job = new ExecuteJob{command, cancel_, &storeLock_, -1};
+  HANDLE worker = CreateThread(nullptr, 0, RunExecuteJob, job, 0, nullptr);
+  HANDLE copy = nullptr;
+  DuplicateHandle(GetCurrentProcess(), worker, GetCurrentProcess(), &copy, 0, FALSE, DUPLICATE_SAME_ACCESS);
+  workers_.push_back(copy);
+  return worker;
+}
+
+bool PluginTest::ExecuteOnThread(CInstallCommand* command, int32_t* status, DWORD timeoutMs) {
+  // The job outlives a timed-out wait: the thread still writes into it.
+  auto* job = new ExecuteJob{command, cancel_, &storeLock_, -1};
+  HANDLE worker = CreateThread(nullptr, 0, RunExecuteJob, job, 0, nullptr);
+  bool finished = WaitForSingleObject(worker, timeoutMs) == WAIT_OBJECT_0;
+  if (!finished) {
+    SetEvent(cancel_);
+    workers_.push_back(worker);
+    return false;
+  }
+  CloseHandle(worker);
+  if (status != nullptr) *status = job->status;
+  delete job;
+  return true;
+}
