@@ -27,10 +27,12 @@ class ThreadCommandsTest : public PluginTest {
     PluginTest::TearDown();
   }
   int32_t Run(CInstallCommand* command) { return command->Execute(INVALID_HANDLE_VALUE, &storeLock_); }
-  // Lines the chains logged: everything but the test thread's own.
-  std::vector<std::wstring> ChainLines() {
+  // Lines the chains logged: everything but the test thread's own and those in
+  // others.
+  std::vector<std::wstring> ChainLines(std::vector<std::wstring> others = {}) {
     std::vector<std::wstring> all = log_->Lines();
     std::vector<std::wstring> mine = log_->LinesOf(GetCurrentThreadId());
+    mine.insert(mine.end(), others.begin(), others.end());
     std::vector<std::wstring> chain;
     for (auto& line : all) {
       auto found = std::find(mine.begin(), mine.end(), line);
@@ -65,19 +67,23 @@ TEST_F(ThreadCommandsTest, ForkWalksItsChainAndJoinWaitsForIt) {
   Add(L"<SetEvent index='11' execCondition='Never' eventVar='" + eventVar + L"' next='0'/>");
 
   EXPECT_EQ(Run(fork), 0);
-  EXPECT_EQ(Run(join), 0);
+  int32_t status = -1;
+  ASSERT_TRUE(ExecuteOnThread(join, &status));
+  EXPECT_EQ(status, 0);
   std::vector<std::wstring> mine = log_->LinesOf(GetCurrentThreadId());
   std::vector<std::wstring> expectedMine = {
       L"1: Fork Begin execute, threadId=1, threadStart=10.\n",
       L"1: Fork Creating thread info for threadId=1.\n",
       L"1: Fork Starting threadId=1.\n",
-      L"1: Fork End execute. Next command 2.\n",
+      L"1: Fork End execute. Next command 2.\n"};
+  EXPECT_EQ(mine, expectedMine);
+  std::vector<std::wstring> expectedJoin = {
       L"2: Join Begin execute, threadId=1.\n",
       L"2: Join Found thread info for threadId=1.\n",
       L"2: Join Waiting for threadId=1.\n",
       L"2: Join ThreadId=1 joined.\n",
       L"2: Join End execute. Next command 3.\n"};
-  EXPECT_EQ(mine, expectedMine);
+  for (const std::wstring& line : expectedJoin) EXPECT_TRUE(log_->Contains(line)) << std::string(line.begin(), line.end());
   std::vector<std::wstring> expectedChain = {
       L"[ThreadId 1] Executing command 10.\n",
       L"10: SetEvent Begin execute.\n",
@@ -86,7 +92,7 @@ TEST_F(ThreadCommandsTest, ForkWalksItsChainAndJoinWaitsForIt) {
       L"[InstallCommand] Warning: GetNextIndex called before Execute\n",
       L"[ThreadId 1] Reached end command.\n",
       L"[ThreadId 1] Joining.\n"};
-  EXPECT_EQ(ChainLines(), expectedChain);
+  EXPECT_EQ(ChainLines(expectedJoin), expectedChain);
   EXPECT_EQ(log_->StartedThreads(), 1u) << "the chain registers its thread with the logger";
 }
 

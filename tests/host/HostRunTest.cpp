@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <fstream>
+#include <iterator>
 #include <string>
 
 namespace {
@@ -26,67 +27,53 @@ struct RunResult {
   std::string out;
 };
 
-std::string ReadAll(HANDLE pipe) {
-  std::string text;
-  char buffer[4096];
-  DWORD read = 0;
-  while (ReadFile(pipe, buffer, sizeof(buffer), &read, nullptr) && read > 0) text.append(buffer, read);
-  return text;
+std::string ReadFileText(const std::wstring& path) {
+  std::ifstream file(path.c_str(), std::ios::binary);
+  return std::string(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
 }
 
-struct PipeReader {
-  HANDLE pipe;
-  std::string text;
-};
-
-DWORD WINAPI ReadPipe(LPVOID parameter) {
-  auto* reader = static_cast<PipeReader*>(parameter);
-  reader->text = ReadAll(reader->pipe);
-  return 0;
-}
-
-// Runs the engine with arguments, at most 30 s.
+// Runs the engine with arguments, at most 30 s. Its output goes to files, not
+// pipes: a helper process Wine starts on demand may inherit the handles and keep
+// a pipe open long after the engine has ended.
 RunResult RunInstaller(const std::wstring& arguments) {
   RunResult result;
+  wchar_t temp[MAX_PATH] = {};
+  GetTempPathW(MAX_PATH, temp);
+  std::wstring outPath = std::wstring(temp) + L"hostrun-" + std::to_wstring(GetCurrentProcessId()) + L".out";
+  std::wstring errPath = std::wstring(temp) + L"hostrun-" + std::to_wstring(GetCurrentProcessId()) + L".err";
   SECURITY_ATTRIBUTES inherit = {sizeof(inherit), nullptr, TRUE};
-  HANDLE outRead, outWrite, errRead, errWrite;
-  CreatePipe(&outRead, &outWrite, &inherit, 0);
-  CreatePipe(&errRead, &errWrite, &inherit, 0);
-  SetHandleInformation(outRead, HANDLE_FLAG_INHERIT, 0);
-  SetHandleInformation(errRead, HANDLE_FLAG_INHERIT, 0);
+  HANDLE out = CreateFileW(outPath.c_str(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+                           &inherit, CREATE_ALWAYS, 0, nullptr);
+  HANDLE err = CreateFileW(errPath.c_str(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+                           &inherit, CREATE_ALWAYS, 0, nullptr);
   STARTUPINFOW startup = {};
   startup.cb = sizeof(startup);
   startup.dwFlags = STARTF_USESTDHANDLES;
   startup.hStdInput = GetStdHandle(STD_INPUT_HANDLE);
-  startup.hStdOutput = outWrite;
-  startup.hStdError = errWrite;
+  startup.hStdOutput = out;
+  startup.hStdError = err;
   std::wstring commandLine = L"\"" + Installer() + L"\" " + arguments;
   PROCESS_INFORMATION process = {};
-  if (!CreateProcessW(nullptr, &commandLine[0], nullptr, nullptr, TRUE, 0, nullptr, nullptr, &startup, &process)) {
+  BOOL started = CreateProcessW(nullptr, &commandLine[0], nullptr, nullptr, TRUE, 0, nullptr, nullptr, &startup, &process);
+  CloseHandle(out);
+  CloseHandle(err);
+  if (!started) {
     ADD_FAILURE() << "cannot start Installer.exe: " << GetLastError();
     result.exitCode = ~0u;
     return result;
   }
-  CloseHandle(outWrite);
-  CloseHandle(errWrite);
-  PipeReader out = {outRead, {}};
-  PipeReader err = {errRead, {}};
-  HANDLE readers[2] = {CreateThread(nullptr, 0, ReadPipe, &out, 0, nullptr),
-                       CreateThread(nullptr, 0, ReadPipe, &err, 0, nullptr)};
   if (WaitForSingleObject(process.hProcess, 30000) != WAIT_OBJECT_0) {
     ADD_FAILURE() << "Installer.exe did not end within 30 s";
     TerminateProcess(process.hProcess, 999);
+    WaitForSingleObject(process.hProcess, 5000);
   }
-  WaitForMultipleObjects(2, readers, TRUE, 5000);
   GetExitCodeProcess(process.hProcess, &result.exitCode);
-  CloseHandle(readers[0]);
-  CloseHandle(readers[1]);
   CloseHandle(process.hProcess);
   CloseHandle(process.hThread);
-  CloseHandle(outRead);
-  CloseHandle(errRead);
-  result.out = out.text;
-  result.err = err.text;
+  result.out = ReadFileText(outPath);
+  result.err = ReadFileText(errPath);
+  DeleteFileW(outPath.c_str());
+  DeleteFileW(errPath.c_str());
   return result;
 }
 
@@ -219,4 +206,14 @@ TEST_F(HostRunTest, MissingFilesAndBadArgumentsAreClearErrors) {
   RunResult help = RunInstaller(L"/?");
   EXPECT_EQ(help.exitCode, 0u);
   EXPECT_TRUE(Has(help.out, "/set:<name>=<value>"));
+}
+
+TEST(PluginEntryTest, LibraryRefusesToLoadWithoutTheEngine) {
+  // This program is not Installer.exe and none lies on the search path, so the
+  // library's entry cannot bind the store and the load fails.
+  HMODULE plugin = LoadLibraryW((TestFolder() + L"..\\..\\bin\\InstallCommands.dll").c_str());
+  DWORD error = GetLastError();
+  EXPECT_EQ(plugin, nullptr);
+  EXPECT_EQ(error, static_cast<DWORD>(ERROR_DLL_INIT_FAILED));
+  if (plugin != nullptr) FreeLibrary(plugin);
 }
