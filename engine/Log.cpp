@@ -10,3 +10,8 @@ void LogMessage(const wchar_t* format, ...) {
   logger->Log(format, args);
   va_end(args);
 }
+
+void LogMessageV(const wchar_t* format, va_list args) {
+  ILoggerApi* logger = StoreGetObject<ILoggerApi>("SelfFree_LoggerApi");
+  if (logger != nullptr) logger->Log(format, args);
+}

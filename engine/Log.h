@@ -24,3 +24,4 @@ class ILoggerApi : public CSelfFree {
 };
 
 void LogMessage(const wchar_t* format, ...);
+void LogMessageV(const wchar_t* format, va_list args);

@@ -3,6 +3,7 @@
 // Each returns a new command, or null when memory runs out.
 #include <new>
 
+#include "diagnostics/LoggerCommand.h"
 #include "engine/CancelCommand.h"
 #include "engine/EventCommands.h"
 #include "engine/ForkCommand.h"
@@ -15,5 +16,6 @@ COMMAND_FACTORY(CCancelCommand)
 COMMAND_FACTORY(CCreateEventCommand)
 COMMAND_FACTORY(CForkCommand)
 COMMAND_FACTORY(CJoinCommand)
+COMMAND_FACTORY(CLoggerCommand)
 COMMAND_FACTORY(CSetEventCommand)
 COMMAND_FACTORY(CWaitForHandleCommand)

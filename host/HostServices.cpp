@@ -41,6 +41,22 @@ void CTraceLogger::StartThreadLog(const wchar_t*, bool) {}
 
 void CTraceLogger::SetLogKey(const char*) {}
 
+CTeeLogger::~CTeeLogger() { inner_->Free(); }
+
+void CTeeLogger::Log(const wchar_t* format, va_list args) {
+  va_list copy;
+  va_copy(copy, args);
+  trace_->Log(format, copy);
+  va_end(copy);
+  inner_->Log(format, args);
+}
+
+void CTeeLogger::StartThreadLog(const wchar_t* description, bool isMain) {
+  inner_->StartThreadLog(description, isMain);
+}
+
+void CTeeLogger::SetLogKey(const char* key) { inner_->SetLogKey(key); }
+
 void HostLog(const wchar_t* format, ...) {
   ILoggerApi* logger = reinterpret_cast<ILoggerApi*>(VariableStore::Instance().Get("SelfFree_LoggerApi"));
   if (logger == nullptr) return;

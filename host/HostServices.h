@@ -42,6 +42,24 @@ class CTraceLogger : public ILoggerApi {
   CRITICAL_SECTION lock_;
 };
 
+// Forwards every line to the trace and to the logger a script published, so
+// that /trace keeps showing plain text after the Logger command has run. It owns
+// the script's logger: freeing it frees that logger, which then merges its files.
+class CTeeLogger : public ILoggerApi {
+ public:
+  CTeeLogger(ILoggerApi* trace, ILoggerApi* inner) : trace_(trace), inner_(inner) {}
+  ~CTeeLogger();
+  void Log(const wchar_t* format, va_list args) override;
+  void StartThreadLog(const wchar_t* description, bool isMain) override;
+  void SetLogKey(const char* key) override;
+
+  SELFFREE_DESTRUCTOR(CTeeLogger)
+
+ private:
+  ILoggerApi* trace_;
+  ILoggerApi* inner_;
+};
+
 // The engine's own lines (its walk) go to the logger in the store, like the
 // plug-in's.
 void HostLog(const wchar_t* format, ...);

@@ -18,6 +18,7 @@ StoreValue VariableStore::Get(const char* name) {
 
 void VariableStore::Put(const char* name, StoreValue value) {
   if (name == nullptr) return;
+  if (value != 0 && filter_ && filterName_ == name) value = filter_(value);
   AcquireSRWLockExclusive(&lock_);
   if (value == 0) {
     values_.erase(name);
@@ -37,6 +38,13 @@ std::vector<std::pair<std::string, StoreValue>> VariableStore::Entries(const cha
   }
   ReleaseSRWLockShared(&lock_);
   return entries;
+}
+
+void VariableStore::SetPutFilter(const std::string& name, std::function<StoreValue(StoreValue)> filter) {
+  AcquireSRWLockExclusive(&lock_);
+  filterName_ = name;
+  filter_ = std::move(filter);
+  ReleaseSRWLockExclusive(&lock_);
 }
 
 void VariableStore::Clear() {

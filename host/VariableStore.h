@@ -10,6 +10,7 @@
 #include <windows.h>
 
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <string>
 #include <utility>
@@ -27,11 +28,16 @@ class VariableStore {
   std::vector<std::pair<std::string, StoreValue>> Entries(const char* prefix);
   // Forgets every entry without releasing anything.
   void Clear();
+  // Passes every non-zero value Put under name through filter first, outside the
+  // store's lock. An empty filter removes it.
+  void SetPutFilter(const std::string& name, std::function<StoreValue(StoreValue)> filter);
 
  private:
   VariableStore();
   SRWLOCK lock_;
   std::map<std::string, StoreValue> values_;
+  std::string filterName_;
+  std::function<StoreValue(StoreValue)> filter_;
 };
 
 extern "C" {

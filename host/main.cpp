@@ -12,6 +12,7 @@
 #include <string>
 #include <vector>
 
+#include "diagnostics/ErrorApi.h"
 #include "engine/SelfFree.h"
 #include "host/HostServices.h"
 #include "host/MultiStrings.h"
@@ -69,6 +70,18 @@ void PutPreset(const std::wstring& name, const std::wstring& value) {
   }
 }
 
+// The errors the run collected, if a Logger command published a collector.
+void PrintCollectedErrors() {
+  auto* errors = reinterpret_cast<IErrorApi*>(VariableStore::Instance().Get("SelfFree_ErrorApi"));
+  if (errors == nullptr) return;
+  uint32_t size = 0;
+  if (errors->GetErrors(nullptr, &size) != ERROR_INSUFFICIENT_BUFFER || size <= 1) return;
+  std::wstring text(size, L'\0');
+  if (errors->GetErrors(&text[0], &size) != 0) return;
+  text.resize(wcslen(text.c_str()));
+  Fail(L"errors reported during the run:\n" + text);
+}
+
 BOOL WINAPI OnConsoleControl(DWORD type) {
   if (type != CTRL_C_EVENT && type != CTRL_BREAK_EVENT) return FALSE;
   SetEvent(g_cancelEvent);
@@ -86,10 +99,18 @@ int Run(const HostOptions& options) {
   VariableStore& store = VariableStore::Instance();
   CSelfFree* decrypter = new CPlainDecrypter();
   CSelfFree* lists = new CMultiStringApi();
-  CSelfFree* trace = options.trace ? new CTraceLogger() : nullptr;
+  CTraceLogger* trace = options.trace ? new CTraceLogger() : nullptr;
   store.Put("SelfFree_Decrypter", reinterpret_cast<StoreValue>(decrypter));
   store.Put("SelfFree_MultiStringApi", reinterpret_cast<StoreValue>(lists));
-  if (trace != nullptr) store.Put("SelfFree_LoggerApi", reinterpret_cast<StoreValue>(trace));
+  if (trace != nullptr) {
+    store.Put("SelfFree_LoggerApi", reinterpret_cast<StoreValue>(trace));
+    // A logger the script publishes later is wrapped so the trace goes on.
+    store.SetPutFilter("SelfFree_LoggerApi", [trace](StoreValue value) {
+      if (value == reinterpret_cast<StoreValue>(trace)) return value;
+      return reinterpret_cast<StoreValue>(new CTeeLogger(static_cast<ILoggerApi*>(trace),
+                                                         reinterpret_cast<ILoggerApi*>(value)));
+    });
+  }
   PutString("String_CommandLine", GetCommandLineW());
   PutString("String_ApplicationPath", ModuleFolder());
   std::set<CSelfFree*> owned = {decrypter, lists};
@@ -137,7 +158,9 @@ int Run(const HostOptions& options) {
     if (exitCode == 0) exitCode = kExitCancelled;
   }
 
+  PrintCollectedErrors();
   ReleaseStore(owned);
+  store.SetPutFilter("", nullptr);
   CloseHandle(g_cancelEvent);
   DeleteCriticalSection(&storeLock);
   FreeLibrary(plugin);

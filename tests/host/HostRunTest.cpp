@@ -2,6 +2,12 @@
 // a walk stopped by a busy command, broken scripts and bad command lines.
 #include "tests/host/HostRun.h"
 
+#include <shlobj.h>
+
+#include <algorithm>
+#include <fstream>
+#include <iterator>
+
 TEST_F(HostRunTest, ScriptWithForkJoinCancelAndEventsRunsToItsReturnCode) {
   std::wstring script = Script(R"(<?xml version="1.0"?>
 <install>
@@ -111,4 +117,64 @@ TEST(PluginEntryTest, LibraryRefusesToLoadWithoutTheEngine) {
   EXPECT_EQ(plugin, nullptr);
   EXPECT_EQ(error, static_cast<DWORD>(ERROR_DLL_INIT_FAILED));
   if (plugin != nullptr) FreeLibrary(plugin);
+}
+
+namespace {
+
+std::vector<std::wstring> LogFiles() {
+  wchar_t pattern[MAX_PATH] = {};
+  SHGetSpecialFolderPathW(nullptr, pattern, CSIDL_COMMON_APPDATA, FALSE);
+  std::wstring folder = pattern;
+  WIN32_FIND_DATAW found;
+  std::vector<std::wstring> files;
+  HANDLE search = FindFirstFileW((folder + L"\\*.bin").c_str(), &found);
+  if (search != INVALID_HANDLE_VALUE) {
+    do files.push_back(folder + L"\\" + found.cFileName);
+    while (FindNextFileW(search, &found));
+    FindClose(search);
+  }
+  return files;
+}
+
+}  // namespace
+
+TEST_F(HostRunTest, RunLeavesExactlyOneMergedLogAndTraceStaysPlain) {
+  std::wstring script = Script(R"(<install><commands>
+    <Logger index="1" isMainThread="1"/>
+    <Fork index="2" threadId="1" threadStart="10"/>
+    <Join index="3" threadId="1" next="0"/>
+    <CreateEvent index="10" eventVar="Chain" next="0"/>
+  </commands></install>)");
+  std::vector<std::wstring> before = LogFiles();
+  RunResult run = RunInstaller(L"/trace " + script);
+  EXPECT_EQ(run.exitCode, 0u) << run.err;
+  EXPECT_TRUE(Has(run.err, "2: Fork Begin execute, threadId=1, threadStart=10.\n")) << run.err;
+  EXPECT_TRUE(Has(run.err, "[ThreadId 1] Joining.\n"));
+
+  std::vector<std::wstring> added;
+  for (const std::wstring& file : LogFiles()) {
+    if (std::find(before.begin(), before.end(), file) == before.end()) added.push_back(file);
+  }
+  ASSERT_EQ(added.size(), 1u) << "one merged log and no thread file left";
+  EXPECT_NE(added[0].find(L".nvinstall.bin"), std::wstring::npos);
+
+  std::wstring plain = folder_ + L"plain.txt";
+  files_.push_back(plain);
+  std::wstring decode = L"\"" + TestFolder() + L"..\\..\\bin\\logdecode.exe\" \"" + added[0] + L"\" \"" + plain + L"\"";
+  STARTUPINFOW startup = {sizeof(startup)};
+  PROCESS_INFORMATION process = {};
+  ASSERT_TRUE(CreateProcessW(nullptr, &decode[0], nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup, &process));
+  WaitForSingleObject(process.hProcess, 10000);
+  CloseHandle(process.hProcess);
+  CloseHandle(process.hThread);
+  std::ifstream file(plain.c_str(), std::ios::binary);
+  std::string text((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
+  file.close();
+  DeleteFileW(added[0].c_str());
+  // The main thread's section: its banner, then the walk.
+  EXPECT_TRUE(Has(text, "(Installer main thread) on ")) << text;
+  EXPECT_TRUE(Has(text, "] 3: Join ThreadId=1 joined.\n")) << text;
+  // The chain's section: its own banner with the empty name it was given.
+  EXPECT_TRUE(Has(text, "() on ")) << text;
+  EXPECT_TRUE(Has(text, "] [ThreadId 1] Joining.\n")) << text;
 }

@@ -1,0 +1,151 @@
+#include "diagnostics/LoggerApi.h"
+
+#include <fcntl.h>
+#include <io.h>
+#include <share.h>
+#include <shlobj.h>
+#include <shlwapi.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <ctime>
+#include <cwchar>
+
+#include "diagnostics/LogTransform.h"
+#include "engine/Bounded.h"
+
+namespace {
+
+const size_t kNameCapacity = 50;
+const size_t kCopyBufferSize = 1000;
+
+void AppendToLogFolder(wchar_t (&path)[MAX_PATH], const wchar_t* name) {
+  path[0] = L'\0';
+  SHGetSpecialFolderPathW(nullptr, path, CSIDL_COMMON_APPDATA, FALSE);
+  PathAppendW(path, name);
+}
+
+FILE* OpenThreadStream(const wchar_t* path) {
+  FILE* stream = _wfsopen(path, L"a+", _SH_DENYNO);
+  // Text mode with UTF-8 translation: the C locale's text mode would stop at the
+  // first character it cannot narrow and lose the rest of the line.
+  if (stream != nullptr) _setmode(_fileno(stream), _O_U8TEXT);
+  return stream;
+}
+
+}  // namespace
+
+CLoggerApi::CLoggerApi() : startTime(static_cast<uint64_t>(_time64(nullptr))) { InitializeCriticalSection(&mapLock); }
+
+CLoggerApi::~CLoggerApi() {
+  wchar_t mergedPath[MAX_PATH];
+  MergedFilePath(mergedPath);
+  FILE* merged = _wfsopen(mergedPath, L"wb", _SH_DENYNO);
+  char* copy = static_cast<char*>(malloc(kCopyBufferSize));
+  for (auto& entry : streams) {
+    if (entry.second == nullptr) continue;
+    fclose(entry.second);
+    entry.second = nullptr;
+    wchar_t threadPath[MAX_PATH];
+    ThreadFilePath(threadPath, entry.first);
+    FILE* part = _wfsopen(threadPath, L"rb", _SH_DENYNO);
+    if (part != nullptr) {
+      while (!feof(part)) {
+        size_t read = fread(copy, 1, kCopyBufferSize, part);
+        if (read == 0 && ferror(part)) break;
+        if (merged != nullptr) fwrite(copy, 1, read, merged);
+      }
+      fclose(part);
+    }
+    DeleteFileW(threadPath);
+  }
+  if (merged != nullptr) fclose(merged);
+  free(copy);
+  DeleteCriticalSection(&mapLock);
+  free(logKey);
+  logKey = nullptr;
+}
+
+void CLoggerApi::ThreadFilePath(wchar_t (&path)[MAX_PATH], DWORD threadId) const {
+  wchar_t name[kNameCapacity];
+  BoundedFormat(name, kNameCapacity, L"%I64u.%u.bin", startTime, threadId);
+  AppendToLogFolder(path, name);
+}
+
+void CLoggerApi::MergedFilePath(wchar_t (&path)[MAX_PATH]) const {
+  wchar_t name[kNameCapacity];
+  BoundedFormat(name, kNameCapacity, L"%I64u.nvinstall.bin", startTime);
+  AppendToLogFolder(path, name);
+}
+
+void CLoggerApi::StartThreadLog(const wchar_t* description, bool isMain) {
+  DWORD threadId = GetCurrentThreadId();
+  if (isMain) mainThreadId = threadId;
+  wchar_t path[MAX_PATH];
+  ThreadFilePath(path, threadId);
+  FILE* stream = OpenThreadStream(path);
+  EnterCriticalSection(&mapLock);
+  // A thread already in the map keeps its entry, even a null one made by a Log
+  // before it registered; the stream opened here then stays open and unused.
+  streams.emplace(threadId, stream);
+  LeaveCriticalSection(&mapLock);
+
+  SYSTEMTIME now;
+  GetLocalTime(&now);
+  LogLine(L"=========== Started logging for thread %u (%s) on %02ld.%02ld.%02ld ===========", threadId,
+         description != nullptr ? description : L"No description", static_cast<long>(now.wDay),
+         static_cast<long>(now.wMonth), static_cast<long>(now.wYear));
+}
+
+void CLoggerApi::LogLine(const wchar_t* format, ...) {
+  va_list args;
+  va_start(args, format);
+  Log(format, args);
+  va_end(args);
+}
+
+void CLoggerApi::SetLogKey(const char* key) {
+  free(logKey);
+  logKey = nullptr;
+  if (key == nullptr) return;
+  logKey = _strdup(key);
+  logKeyLength = strlen(key);
+}
+
+void CLoggerApi::Log(const wchar_t* format, va_list args) {
+  va_list measure;
+  va_copy(measure, args);
+  int length = _vscwprintf(format, measure);
+  va_end(measure);
+  if (length < 0) return;
+  wchar_t* text = static_cast<wchar_t*>(calloc(length + 1, sizeof(wchar_t)));
+  if (text == nullptr) return;
+  if (vswprintf_s(text, length + 1, format, args) != length) {
+    free(text);
+    return;
+  }
+  wchar_t* body = static_cast<wchar_t*>(calloc(length + 1, sizeof(wchar_t)));
+
+  DWORD threadId = GetCurrentThreadId();
+  EnterCriticalSection(&mapLock);
+  FILE* stream = streams[threadId];
+  if (stream == nullptr) stream = streams[static_cast<DWORD>(mainThreadId)];
+  LeaveCriticalSection(&mapLock);
+
+  // A message that formats to nothing would give the transform a negative count.
+  if (body == nullptr || stream == nullptr || length == 0) {
+    free(text);
+    free(body);
+    return;
+  }
+  // 2 * length - 2 bytes: the message's last character, by convention its "\n",
+  // never reaches the file; the frame below supplies the line end.
+  TransformLogText(text, 2 * static_cast<size_t>(length) - 2, logKey, logKeyLength, body);
+  SYSTEMTIME now;
+  GetLocalTime(&now);
+  fwprintf_s(stream, L"[%02ld:%02ld:%02ld:%03ld] %s\n", static_cast<long>(now.wHour), static_cast<long>(now.wMinute),
+             static_cast<long>(now.wSecond), static_cast<long>(now.wMilliseconds), body);
+  fflush(stream);
+  free(text);
+  free(body);
+}
