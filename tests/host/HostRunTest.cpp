@@ -138,12 +138,15 @@ std::vector<std::wstring> LogFiles() {
 
 }  // namespace
 
-TEST_F(HostRunTest, RunLeavesExactlyOneMergedLogAndTraceStaysPlain) {
+TEST_F(HostRunTest, RunWithTwoChainsLeavesExactlyOneMergedLogAndTraceStaysPlain) {
   std::wstring script = Script(R"(<install><commands>
     <Logger index="1" isMainThread="1"/>
     <Fork index="2" threadId="1" threadStart="10"/>
-    <Join index="3" threadId="1" next="0"/>
+    <Join index="3" threadId="1"/>
+    <Fork index="4" threadId="2" threadStart="20"/>
+    <Join index="5" threadId="2" next="0"/>
     <CreateEvent index="10" eventVar="Chain" next="0"/>
+    <SetEvent index="20" eventVar="Chain" next="0"/>
   </commands></install>)");
   std::vector<std::wstring> before = LogFiles();
   RunResult run = RunInstaller(L"/trace " + script);
@@ -177,4 +180,6 @@ TEST_F(HostRunTest, RunLeavesExactlyOneMergedLogAndTraceStaysPlain) {
   // The chain's section: its own banner with the empty name it was given.
   EXPECT_TRUE(Has(text, "() on ")) << text;
   EXPECT_TRUE(Has(text, "] [ThreadId 1] Joining.\n")) << text;
+  EXPECT_TRUE(Has(text, "] 20: SetEvent End execute. Next command 0.\n")) << text;
+  EXPECT_TRUE(Has(text, "] [ThreadId 2] Joining.\n")) << text;
 }
