@@ -3,7 +3,9 @@
 // Each returns a new command, or null when memory runs out.
 #include <new>
 
+#include "diagnostics/LocalizationManagerCommand.h"
 #include "diagnostics/LoggerCommand.h"
+#include "diagnostics/MultiLanguageCommand.h"
 #include "engine/CancelCommand.h"
 #include "engine/EventCommands.h"
 #include "engine/ForkCommand.h"
@@ -19,3 +21,5 @@ COMMAND_FACTORY(CJoinCommand)
 COMMAND_FACTORY(CLoggerCommand)
 COMMAND_FACTORY(CSetEventCommand)
 COMMAND_FACTORY(CWaitForHandleCommand)
+COMMAND_FACTORY(CLocalizationManagerCommand)
+COMMAND_FACTORY(CMultiLanguageCommand)

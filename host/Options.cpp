@@ -13,6 +13,11 @@ const wchar_t kUsage[] =
     L"  /set:<name>=<value>   preset an int_ or String_ variable before the run; repeatable,\n"
     L"                        and it wins over the script's <variables>\n"
     L"  /trace                print every log line to standard error\n"
+    L"  /langdll=<path>       resource module published as HMODULE_LangDll\n"
+    L"  /languages            after the run, list the languages of SelfFree_MultiLanguageApi\n"
+    L"                        (waiting for the online language file)\n"
+    L"  /select-language=<code>  after the run, select a language as the user's pick would\n"
+    L"  /texts                after the run, print the texts of SelfFree_ResourceManager\n"
     L"  /? or /help           show this text\n"
     L"\n"
     L"Other switches (/silent, /update, /path=..., /lang=..., ...) are left to the\n"
@@ -47,6 +52,22 @@ bool ParseOptions(const std::vector<std::wstring>& arguments, HostOptions* optio
         *error = L"/plugin= needs a path";
         return false;
       }
+    } else if (StartsWithNoCase(argument, L"/langdll=")) {
+      options->langDll = argument.substr(9);
+      if (options->langDll.empty()) {
+        *error = L"/langdll= needs a path";
+        return false;
+      }
+    } else if (StartsWithNoCase(argument, L"/languages") && argument.size() == 10) {
+      options->listLanguages = true;
+    } else if (StartsWithNoCase(argument, L"/select-language=")) {
+      options->selectLanguage = argument.substr(17);
+      if (options->selectLanguage.empty()) {
+        *error = L"/select-language= needs a language code";
+        return false;
+      }
+    } else if (StartsWithNoCase(argument, L"/texts") && argument.size() == 6) {
+      options->printTexts = true;
     } else if (StartsWithNoCase(argument, L"/set:")) {
       size_t equals = argument.find(L'=');
       std::wstring name = argument.substr(5, equals == std::wstring::npos ? std::wstring::npos : equals - 5);

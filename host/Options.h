@@ -11,6 +11,12 @@ struct HostOptions {
   std::vector<std::pair<std::wstring, std::wstring>> presets;  // /set:name=value
   bool trace = false;
   bool help = false;
+  // After the walk, standing in for the front end's language dialog: list the
+  // languages (waiting for the online list), select one, print the texts.
+  bool listLanguages = false;
+  std::wstring selectLanguage;
+  bool printTexts = false;
+  std::wstring langDll;  // resource module published as HMODULE_LangDll
 };
 
 // Parses the arguments after the program's name. Switches the engine does not know

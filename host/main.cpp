@@ -14,7 +14,9 @@
 
 #include "diagnostics/ErrorApi.h"
 #include "engine/SelfFree.h"
+#include "host/Downloader.h"
 #include "host/HostServices.h"
+#include "host/LanguageReport.h"
 #include "host/MultiStrings.h"
 #include "host/Options.h"
 #include "host/ScriptLoader.h"
@@ -99,9 +101,11 @@ int Run(const HostOptions& options) {
   VariableStore& store = VariableStore::Instance();
   CSelfFree* decrypter = new CPlainDecrypter();
   CSelfFree* lists = new CMultiStringApi();
+  CSelfFree* downloader = new CDownloaderApi();
   CTraceLogger* trace = options.trace ? new CTraceLogger() : nullptr;
   store.Put("SelfFree_Decrypter", reinterpret_cast<StoreValue>(decrypter));
   store.Put("SelfFree_MultiStringApi", reinterpret_cast<StoreValue>(lists));
+  store.Put("SelfFree_DownloaderApi", reinterpret_cast<StoreValue>(downloader));
   if (trace != nullptr) {
     store.Put("SelfFree_LoggerApi", reinterpret_cast<StoreValue>(trace));
     // A logger the script publishes later is wrapped so the trace goes on.
@@ -113,7 +117,7 @@ int Run(const HostOptions& options) {
   }
   PutString("String_CommandLine", GetCommandLineW());
   PutString("String_ApplicationPath", ModuleFolder());
-  std::set<CSelfFree*> owned = {decrypter, lists};
+  std::set<CSelfFree*> owned = {decrypter, lists, downloader};
   if (trace != nullptr) owned.insert(trace);
 
   HMODULE plugin = LoadLibraryW(pluginPath.c_str());
@@ -123,12 +127,28 @@ int Run(const HostOptions& options) {
     return kExitNoPlugin;
   }
 
+  // Resource modules: the plug-in's own, the engine's (Installer.exe), and a
+  // language module when /langdll= names one. A language module is loaded as data
+  // only: nothing of it runs.
+  store.Put("HMODULE_CurrentDll", reinterpret_cast<StoreValue>(plugin));
+  store.Put("HMODULE_AdditionalDll", reinterpret_cast<StoreValue>(GetModuleHandleW(nullptr)));
+  HMODULE langDll = nullptr;
+  if (!options.langDll.empty()) {
+    langDll = LoadLibraryExW(options.langDll.c_str(), nullptr, LOAD_LIBRARY_AS_DATAFILE | LOAD_LIBRARY_AS_IMAGE_RESOURCE);
+    if (langDll == nullptr) {
+      Fail(L"cannot load the language module '" + options.langDll + L"' (error " + std::to_wstring(GetLastError()) +
+           L"); going on without it");
+    }
+    store.Put("HMODULE_LangDll", reinterpret_cast<StoreValue>(langDll));
+  }
+
   LoadedScript script;
   std::wstring error;
   if (!LoadScript(options.script, plugin, &script, &error)) {
     Fail(error);
     ReleaseStore(owned);
     FreeLibrary(plugin);
+    if (langDll != nullptr) FreeLibrary(langDll);
     return kExitBadScript;
   }
   for (auto& variable : script.variables) PutPreset(variable.first, variable.second);
@@ -158,12 +178,16 @@ int Run(const HostOptions& options) {
     if (exitCode == 0) exitCode = kExitCancelled;
   }
 
+  std::wstring report = LanguageReport(options);
+  if (!report.empty()) PrintUtf8(stdout, report);
+
   PrintCollectedErrors();
   ReleaseStore(owned);
   store.SetPutFilter("", nullptr);
   CloseHandle(g_cancelEvent);
   DeleteCriticalSection(&storeLock);
   FreeLibrary(plugin);
+  if (langDll != nullptr) FreeLibrary(langDll);
   return exitCode;
 }
 

@@ -1,0 +1,201 @@
+#include "diagnostics/FileResourceManager.h"
+
+#include <shlwapi.h>
+
+#include <cstdlib>
+#include <cwchar>
+#include <stdexcept>
+
+#include "diagnostics/XmlDom.h"
+#include "engine/Bounded.h"
+#include "engine/Log.h"
+#include "engine/Store.h"
+
+const char kNotImplementedText[] = "The method or operation is not implemented.";
+
+namespace {
+
+const wchar_t kTag[] = L"FileResourceManager";
+const size_t kPathCapacity = 520;
+const size_t kExtensionCapacity = 255;
+
+}  // namespace
+
+CFileResourceManager::~CFileResourceManager() {
+  free(folder_);
+  folder_ = nullptr;
+}
+
+int32_t CFileResourceManager::LoadFolder(const wchar_t* folder) {
+  free(folder_);
+  folder_ = folder != nullptr ? _wcsdup(folder) : nullptr;
+  // Without a folder a scan would list the current directory instead.
+  if (folder_ == nullptr) return ERROR_PATH_NOT_FOUND;
+  return ScanFolder(folder_);
+}
+
+int32_t CFileResourceManager::ScanFolder(const wchar_t* folder) {
+  wchar_t pattern[kPathCapacity];
+  BoundedCopy(pattern, kPathCapacity, folder);
+  if (!PathAppendW(pattern, L"*")) return ERROR_FILENAME_EXCED_RANGE;
+  WIN32_FIND_DATAW entry;
+  HANDLE search = FindFirstFileW(pattern, &entry);
+  if (search == INVALID_HANDLE_VALUE) return static_cast<int32_t>(GetLastError());
+  // The search handles stay open, one per folder visited and scan: the scan has
+  // always left them so, and the language folder lives as long as the installer.
+  do {
+    if (wcscmp(entry.cFileName, L".") == 0 || wcscmp(entry.cFileName, L"..") == 0) continue;
+    wchar_t path[kPathCapacity];
+    BoundedCopy(path, kPathCapacity, folder);
+    if (!PathAppendW(path, entry.cFileName)) continue;
+    if (entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) {
+      PathRemoveBackslashW(path);
+      ScanFolder(path);
+    } else if (wcscmp(PathFindExtensionW(entry.cFileName), L".xlf") == 0) {
+      // Case-sensitive on purpose: ".XLF" files are not texts of the installer.
+      LogMessage(L"%s Xliff Found: '%s'.\n", kTag, path);
+      LoadXliff(path);
+    }
+  } while (FindNextFileW(search, &entry));
+  // The walk ends when FindNextFileW fails, whatever the reason: a folder that
+  // could be opened counts as scanned.
+  return 0;
+}
+
+void CFileResourceManager::LoadXliff(const wchar_t* path) {
+  ComScope com;
+  ComRef<IXMLDOMDocument> document;
+  *document.Out() = CreateDocument30();
+  if (document.Get() == nullptr) return;
+
+  if (!LoadDocument(document.Get(), path)) {
+    ComRef<IXMLDOMParseError> error;
+    Bstr reason;
+    long line = 0;
+    long position = 0;
+    if (document->get_parseError(error.Out()) == S_OK && error.Get() != nullptr) {
+      error->get_reason(reason.Out());
+      error->get_line(&line);
+      error->get_linepos(&position);
+    }
+    // The arguments do not fit the format: the reason lands on the first %i and
+    // the position on the last %s. A column number read as a text address would
+    // fault (the first 64 KiB of an address space are never mapped), so the text
+    // slot gets the null pointer the C runtime prints as "(null)" - which is also
+    // what a position of 0 gives, and MSXML under Wine reports every position as
+    // 0. The line keeps its shape and its other arguments, and never faults.
+    (void)position;
+    LogMessage(L"%s Line %i, Position %i: Error: %s", kTag, static_cast<BSTR>(reason), line,
+               static_cast<const wchar_t*>(nullptr));
+    return;
+  }
+
+  Bstr query(L"//xlf:xliff/xlf:file/xlf:body/xlf:trans-unit");
+  ComRef<IXMLDOMNodeList> units;
+  if (document->selectNodes(query, units.Out()) != S_OK || units.Get() == nullptr) {
+    ComRef<IXMLDOMParseError> error;
+    Bstr reason;
+    if (document->get_parseError(error.Out()) == S_OK && error.Get() != nullptr) error->get_reason(reason.Out());
+    return;
+  }
+  long count = 0;
+  if (units->get_length(&count) != S_OK) return;
+  LogMessage(L"%s Found %i texts in '%s'.\n", kTag, static_cast<int>(count), path);
+
+  Bstr resname(L"resname");
+  Bstr target(L"xlf:target");
+  Bstr source(L"xlf:source");
+  for (long i = 0; i < count; ++i) {
+    ComRef<IXMLDOMNode> unit;
+    if (units->get_item(i, unit.Out()) != S_OK || unit.Get() == nullptr) return;
+    ComRef<IXMLDOMNamedNodeMap> attributes;
+    if (unit->get_attributes(attributes.Out()) != S_OK || attributes.Get() == nullptr) continue;
+    ComRef<IXMLDOMNode> idNode;
+    if (attributes->getNamedItem(resname, idNode.Out()) != S_OK || idNode.Get() == nullptr) continue;
+    Bstr id;
+    if (idNode->get_text(id.Out()) != S_OK) continue;
+    ComRef<IXMLDOMNode> textNode;
+    if (unit->selectSingleNode(target, textNode.Out()) != S_OK || textNode.Get() == nullptr) {
+      if (unit->selectSingleNode(source, textNode.Out()) != S_OK || textNode.Get() == nullptr) {
+        // A unit with no text at all ends the file, unlike one without resname:
+        // the units behind it are not read, the texts before it stay.
+        return;
+      }
+    }
+    Bstr text;
+    if (textNode->get_text(text.Out()) != S_OK) continue;
+    texts_[id.Text()] = text.Text();
+  }
+}
+
+void CFileResourceManager::Clear() { texts_.clear(); }
+
+int32_t CFileResourceManager::GetString(const wchar_t* id, wchar_t* buffer, int32_t size) {
+  // An unknown id stays in the map with an empty text.
+  const std::wstring& text = texts_[std::wstring(id != nullptr ? id : L"")];
+  // No cut: a buffer too small for the text is the caller's fault, and ends the
+  // process as the C runtime's checked copy does on Windows.
+  if (buffer == nullptr || size <= 0) FailFastOverrun();
+  BoundedCopy(buffer, static_cast<size_t>(size), text.c_str());
+  return static_cast<int32_t>(text.size());
+}
+
+int32_t CFileResourceManager::GetStringById(uint32_t, wchar_t*, int32_t) { return 0; }
+
+void CFileResourceManager::EnumerateStrings(StringCallback callback, void* context) {
+  if (callback == nullptr || texts_.empty()) return;
+  for (const auto& entry : texts_) callback(entry.first.c_str(), context, 0);
+}
+
+bool CFileResourceManager::GetFileResource(const wchar_t* name, const wchar_t* extension, void* buffer,
+                                           uint32_t* size) {
+  if (name == nullptr || extension == nullptr) return false;
+  wchar_t path[kPathCapacity];
+  BoundedCopy(path, kPathCapacity, name);
+  wchar_t dotted[kExtensionCapacity];
+  if (extension[0] == L'.') {
+    BoundedCopy(dotted, kExtensionCapacity, extension);
+  } else {
+    BoundedFormat(dotted, kExtensionCapacity, L".%s", extension);
+  }
+  BoundedFormat(path, kPathCapacity, L"%s%s", name, dotted);
+  if (PathIsRelativeW(path)) {
+    BoundedCopy(path, kPathCapacity, folder_ != nullptr ? folder_ : L"");
+    if (!PathAppendW(path, name)) return false;
+    wchar_t joined[kPathCapacity];
+    BoundedFormat(joined, kPathCapacity, L"%s%s", path, dotted);
+    BoundedCopy(path, kPathCapacity, joined);
+  }
+  HANDLE file = CreateFileW(path, GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
+                            OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
+  if (file == INVALID_HANDLE_VALUE) return false;
+  *size = 0;
+  LARGE_INTEGER fileSize;
+  if (GetFileSizeEx(file, &fileSize)) *size = static_cast<uint32_t>(fileSize.QuadPart);
+  if (buffer != nullptr) {
+    DWORD read = 0;
+    ReadFile(file, buffer, *size, &read, nullptr);
+  }
+  CloseHandle(file);
+  return true;
+}
+
+void CFileResourceManager::GetResourceData() { throw std::logic_error(kNotImplementedText); }
+
+bool CFileResourceManager::GetIcon(const wchar_t* id, HICON* result) {
+  if (result == nullptr) return false;
+  *result = nullptr;
+  HMODULE current = reinterpret_cast<HMODULE>(StoreGet("HMODULE_CurrentDll"));
+  HMODULE additional = reinterpret_cast<HMODULE>(StoreGet("HMODULE_AdditionalDll"));
+  HMODULE language = reinterpret_cast<HMODULE>(StoreGet("HMODULE_LangDll"));
+  for (HMODULE module : {language, additional, current}) {
+    // A null module would make LoadIconW look among the system's icons.
+    if (module == nullptr) continue;
+    HICON icon = LoadIconW(module, id);
+    if (icon != nullptr) {
+      *result = icon;
+      return true;
+    }
+  }
+  return false;
+}

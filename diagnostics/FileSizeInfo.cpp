@@ -1,0 +1,29 @@
+#include "diagnostics/Downloader.h"
+
+#include <new>
+
+CFileSizeInfo::CFileSizeInfo() : platform(new CWinapiInterface()) {
+  progressEvent = platform->CreateEventW(nullptr, FALSE, FALSE, nullptr);
+  platform->InitializeCriticalSection(&statusLock);
+}
+
+CFileSizeInfo::~CFileSizeInfo() {
+  if (progressEvent != nullptr) platform->CloseHandle(progressEvent);
+  progressEvent = nullptr;
+  platform->DeleteCriticalSection(&statusLock);
+  if (ownsPlatform && platform != nullptr) platform->DeletingDestructor(1);
+  platform = nullptr;
+}
+
+uint32_t CFileSizeInfo::ReadStatus() {
+  platform->EnterCriticalSection(&statusLock);
+  uint32_t value = status;
+  platform->LeaveCriticalSection(&statusLock);
+  return value;
+}
+
+void CFileSizeInfo::WriteStatus(uint32_t value) {
+  platform->EnterCriticalSection(&statusLock);
+  status = value;
+  platform->LeaveCriticalSection(&statusLock);
+}

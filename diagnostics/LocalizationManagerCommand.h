@@ -1,0 +1,23 @@
+// LocalizationManager: builds the file resource manager over localeFolder and
+// publishes it as SelfFree_ResourceManager, freeing any manager published
+// before (the engine's own included).
+//
+//   <LocalizationManager localeFolder="[ApplicationPath]lang"/>
+//
+// localeFolder is required and expanded at Execute. A folder that cannot be read
+// leaves the manager empty: every text then reads as empty.
+#pragma once
+
+#include "engine/InstallCommand.h"
+
+class CLocalizationManagerCommand : public CInstallCommand {
+ public:
+  ~CLocalizationManagerCommand();
+
+  int32_t Execute(HANDLE cancelHandle, CRITICAL_SECTION* storeLock) override;
+  int32_t Load(IXMLDOMNamedNodeMap* attributes) override;
+
+  wchar_t* localeFolder = nullptr;
+
+  SELFFREE_DESTRUCTOR(CLocalizationManagerCommand)
+};

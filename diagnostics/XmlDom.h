@@ -1,0 +1,81 @@
+// MSXML 3.0 for the files of the language folder (XLIFF texts and language
+// files): the document class, scoped owners for COM references and system
+// strings, and the COM initialisation around one file's load.
+#pragma once
+
+#include <windows.h>
+#include <msxml2.h>
+
+// mingw declares these but does not define them.
+extern const CLSID kClsidDomDocument30;
+extern const IID kIidXmlDomDocument;
+
+// Owns one COM reference.
+template <class T>
+class ComRef {
+ public:
+  ComRef() = default;
+  ~ComRef() { Reset(); }
+  ComRef(const ComRef&) = delete;
+  ComRef& operator=(const ComRef&) = delete;
+  T** Out() {
+    Reset();
+    return &ptr_;
+  }
+  T* operator->() const { return ptr_; }
+  T* Get() const { return ptr_; }
+  void Reset() {
+    if (ptr_ != nullptr) ptr_->Release();
+    ptr_ = nullptr;
+  }
+
+ private:
+  T* ptr_ = nullptr;
+};
+
+// Owns one system string. Raises ComError(E_OUTOFMEMORY) when it cannot be made.
+class Bstr {
+ public:
+  Bstr() = default;
+  explicit Bstr(const wchar_t* text);
+  ~Bstr() { SysFreeString(text_); }
+  Bstr(const Bstr&) = delete;
+  Bstr& operator=(const Bstr&) = delete;
+  BSTR* Out() {
+    SysFreeString(text_);
+    text_ = nullptr;
+    return &text_;
+  }
+  operator BSTR() const { return text_; }
+  const wchar_t* Text() const { return text_ != nullptr ? text_ : L""; }
+
+ private:
+  BSTR text_ = nullptr;
+};
+
+// CoInitialize for the span of one file's load, balanced: CoUninitialize only
+// follows a CoInitialize that succeeded (a thread already in the multi-threaded
+// apartment gets RPC_E_CHANGED_MODE, and must not be uninitialised by us).
+class ComScope {
+ public:
+  ComScope() : hr_(CoInitialize(nullptr)) {}
+  ~ComScope() {
+    if (SUCCEEDED(hr_)) CoUninitialize();
+  }
+  ComScope(const ComScope&) = delete;
+  ComScope& operator=(const ComScope&) = delete;
+
+ private:
+  HRESULT hr_;
+};
+
+// A new MSXML 3.0 document, created in process; null when COM cannot make one.
+IXMLDOMDocument* CreateDocument30();
+
+// Loads the file at path, with the document's properties as they are. True only
+// when load succeeded and answered true. Raises ComError(E_OUTOFMEMORY) when the
+// path's variant cannot be built.
+bool LoadDocument(IXMLDOMDocument* document, const wchar_t* path);
+
+// True for a comment node; the language files may hold comments anywhere.
+bool IsComment(IXMLDOMNode* node);

@@ -1,0 +1,372 @@
+#include "host/Downloader.h"
+
+#include <wincrypt.h>
+
+#include <cstdio>
+#include <cctype>
+#include <cwctype>
+
+#include "host/HostServices.h"
+
+namespace {
+
+const DWORD kBlock = 64 * 1024;
+
+bool IsWebAddress(const std::wstring& location) {
+  return _wcsnicmp(location.c_str(), L"http://", 7) == 0 || _wcsnicmp(location.c_str(), L"https://", 8) == 0;
+}
+
+bool IsLoopback(const std::wstring& host) {
+  return _wcsicmp(host.c_str(), L"localhost") == 0 || host.compare(0, 4, L"127.") == 0 || host == L"[::1]" ||
+         host == L"::1";
+}
+
+std::wstring PercentEncode(const std::wstring& name) {
+  int bytes = WideCharToMultiByte(CP_UTF8, 0, name.c_str(), -1, nullptr, 0, nullptr, nullptr);
+  std::string utf8(bytes > 0 ? bytes - 1 : 0, '\0');
+  if (bytes > 1) WideCharToMultiByte(CP_UTF8, 0, name.c_str(), -1, &utf8[0], bytes, nullptr, nullptr);
+  std::wstring encoded;
+  for (unsigned char c : utf8) {
+    if (isalnum(c) || c == '-' || c == '.' || c == '_' || c == '~') {
+      encoded.push_back(static_cast<wchar_t>(c));
+    } else {
+      wchar_t escape[4];
+      swprintf_s(escape, 4, L"%%%02X", c);
+      encoded += escape;
+    }
+  }
+  return encoded;
+}
+
+bool FileSize(const std::wstring& path, uint64_t* size) {
+  WIN32_FILE_ATTRIBUTE_DATA data;
+  if (!GetFileAttributesExW(path.c_str(), GetFileExInfoStandard, &data)) return false;
+  if (data.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) return false;
+  *size = (static_cast<uint64_t>(data.nFileSizeHigh) << 32) | data.nFileSizeLow;
+  return true;
+}
+
+// The MD5 of a file as 32 lower-case hex digits; empty when it cannot be read.
+std::wstring FileMd5(const std::wstring& path) {
+  std::wstring digest;
+  HCRYPTPROV provider = 0;
+  if (!CryptAcquireContextW(&provider, nullptr, nullptr, PROV_RSA_FULL, CRYPT_VERIFYCONTEXT)) return digest;
+  HCRYPTHASH hash = 0;
+  HANDLE file = CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr);
+  if (file != INVALID_HANDLE_VALUE && CryptCreateHash(provider, CALG_MD5, 0, 0, &hash)) {
+    std::vector<BYTE> block(kBlock);
+    DWORD read = 0;
+    bool ok = true;
+    while (ok && ReadFile(file, block.data(), kBlock, &read, nullptr) && read != 0) {
+      ok = CryptHashData(hash, block.data(), read, 0) != FALSE;
+    }
+    BYTE value[16];
+    DWORD length = sizeof(value);
+    if (ok && CryptGetHashParam(hash, HP_HASHVAL, value, &length, 0) && length == 16) {
+      wchar_t hex[33];
+      for (int i = 0; i < 16; ++i) swprintf_s(hex + 2 * i, 3, L"%02x", value[i]);
+      digest = hex;
+    }
+    CryptDestroyHash(hash);
+  }
+  if (file != INVALID_HANDLE_VALUE) CloseHandle(file);
+  CryptReleaseContext(provider, 0);
+  return digest;
+}
+
+// The digest at the start of a checksum file, in the form md5sum writes
+// ("<32 hex digits>  <name>") or alone; empty when there is none.
+std::wstring ChecksumOf(const std::wstring& path) {
+  FILE* file = _wfopen(path.c_str(), L"rb");
+  if (file == nullptr) return std::wstring();
+  char text[64] = {};
+  size_t read = fread(text, 1, sizeof(text) - 1, file);
+  fclose(file);
+  size_t start = 0;
+  while (start < read && isspace(static_cast<unsigned char>(text[start]))) ++start;
+  std::wstring digest;
+  for (size_t i = start; i < read && isxdigit(static_cast<unsigned char>(text[i])); ++i) {
+    digest.push_back(static_cast<wchar_t>(tolower(static_cast<unsigned char>(text[i]))));
+  }
+  return digest.size() == 32 ? digest : std::wstring();
+}
+
+void Progress(CFileSizeInfo* progress, uint64_t done, uint64_t total, bool totalKnown) {
+  if (progress == nullptr) return;
+  progress->platform->EnterCriticalSection(&progress->statusLock);
+  progress->bytesDone = done;
+  if (totalKnown) {
+    progress->bytesTotal = total;
+    progress->sizeUnknown = 0;
+    progress->percent = total != 0 ? static_cast<uint32_t>(done * 100 / total) : 100;
+  }
+  progress->platform->LeaveCriticalSection(&progress->statusLock);
+  if (progress->progressEvent != nullptr) SetEvent(progress->progressEvent);
+}
+
+// Owns one WinHTTP handle.
+class InternetHandle {
+ public:
+  explicit InternetHandle(HINTERNET handle) : handle_(handle) {}
+  ~InternetHandle() {
+    if (handle_ != nullptr) WinHttpCloseHandle(handle_);
+  }
+  InternetHandle(const InternetHandle&) = delete;
+  InternetHandle& operator=(const InternetHandle&) = delete;
+  operator HINTERNET() const { return handle_; }
+
+ private:
+  HINTERNET handle_;
+};
+
+std::wstring ErrorText(const wchar_t* what, DWORD error) {
+  return std::wstring(what) + L" failed with error " + std::to_wstring(error);
+}
+
+}  // namespace
+
+std::wstring DownloadSource(const std::wstring& location, const std::wstring& name) {
+  if (IsWebAddress(location)) {
+    std::wstring url = location;
+    if (url.empty() || url.back() != L'/') url.push_back(L'/');
+    return url + PercentEncode(name);
+  }
+  std::wstring path = location;
+  if (!path.empty() && path.back() != L'\\' && path.back() != L'/') path.push_back(L'\\');
+  return path + name;
+}
+
+CDownloaderApi::CDownloaderApi() {
+  InitializeCriticalSection(&lock_);
+  stop_ = CreateEventW(nullptr, TRUE, FALSE, nullptr);
+}
+
+CDownloaderApi::~CDownloaderApi() {
+  SetEvent(stop_);
+  EnterCriticalSection(&lock_);
+  std::vector<Transfer*> transfers;
+  transfers.swap(transfers_);
+  LeaveCriticalSection(&lock_);
+  for (Transfer* transfer : transfers) {
+    WaitForSingleObject(transfer->thread, INFINITE);
+    CloseHandle(transfer->thread);
+    transfer->record->Free();
+    delete transfer;
+  }
+  if (session_ != nullptr) WinHttpCloseHandle(session_);
+  CloseHandle(stop_);
+  DeleteCriticalSection(&lock_);
+}
+
+bool CDownloaderApi::AddFile(CFileInfo* file, CFileInfo** result, bool) {
+  if (result != nullptr) *result = nullptr;
+  if (file == nullptr || result == nullptr) return false;
+  CFileInfo* record = CFileInfo::CloneOf(file);
+  if (record == nullptr) return false;
+  auto* transfer = new Transfer{this, record, nullptr};
+  EnterCriticalSection(&lock_);
+  transfers_.push_back(transfer);
+  LeaveCriticalSection(&lock_);
+  // The record is the caller's to read as long as the downloader lives.
+  *result = record;
+  if (record->sizeInfo != nullptr) record->sizeInfo->WriteStatus(kDownloadQueued);
+  transfer->thread = CreateThread(nullptr, 0, Run, transfer, 0, nullptr);
+  if (transfer->thread == nullptr) {
+    HostLog(L"Downloader: cannot start a transfer for '%s' (error %u).\n", record->fileName,
+            static_cast<unsigned>(GetLastError()));
+    if (record->sizeInfo != nullptr) record->sizeInfo->WriteStatus(kDownloadFailed);
+    SetEvent(record->readyEvent);
+    // The destructor waits on the thread: give it one that has ended.
+    transfer->thread = CreateEventW(nullptr, TRUE, TRUE, nullptr);
+  }
+  return true;
+}
+
+DWORD WINAPI CDownloaderApi::Run(LPVOID parameter) {
+  auto* transfer = static_cast<Transfer*>(parameter);
+  CFileInfo* record = transfer->record;
+  uint32_t status = transfer->owner->Fetch(record);
+  if (record->sizeInfo != nullptr) record->sizeInfo->WriteStatus(status);
+  SetEvent(record->readyEvent);
+  return 0;
+}
+
+uint32_t CDownloaderApi::Fetch(CFileInfo* record) {
+  if (record->sizeInfo != nullptr) record->sizeInfo->WriteStatus(kDownloadRunning);
+  if (record->fileName == nullptr || record->fileName[0] == L'\0' || record->localFolder == nullptr ||
+      record->location == nullptr || record->location[0] == L'\0') {
+    HostLog(L"Downloader: '%s' has no %s.\n", record->fileName != nullptr ? record->fileName : L"",
+            record->location == nullptr || record->location[0] == L'\0' ? L"location" : L"name or local folder");
+    return kDownloadFailed;
+  }
+  std::wstring source = DownloadSource(record->location, record->fileName);
+  std::wstring target = DownloadSource(record->localFolder, record->fileName);
+  uint64_t existing = 0;
+  if (!record->replaceExisting && FileSize(target, &existing) && existing != 0) {
+    HostLog(L"Downloader: '%s' is already there, kept.\n", target.c_str());
+    return kDownloadKept;
+  }
+
+  std::wstring partial = target + L".download";
+  std::wstring failure;
+  bool missing = false;
+  if (!Get(source, partial, record->sizeInfo, &failure, &missing)) {
+    DeleteFileW(partial.c_str());
+    HostLog(L"Downloader: '%s' failed: %s.\n", source.c_str(), failure.c_str());
+    return kDownloadFailed;
+  }
+  if (!MoveFileExW(partial.c_str(), target.c_str(), MOVEFILE_REPLACE_EXISTING)) {
+    DWORD error = GetLastError();
+    DeleteFileW(partial.c_str());
+    HostLog(L"Downloader: cannot write '%s' (error %u).\n", target.c_str(), static_cast<unsigned>(error));
+    return kDownloadFailed;
+  }
+  uint64_t size = 0;
+  FileSize(target, &size);
+  HostLog(L"Downloader: '%s' arrived as '%s' (%I64u bytes).\n", source.c_str(), target.c_str(), size);
+
+  if (!record->verifyChecksum) return kDownloadArrived;
+  std::wstring checksumSource = source + L".md5";
+  std::wstring checksumTarget =
+      DownloadSource(record->localFolder, record->checksumFileName != nullptr ? record->checksumFileName
+                                                                              : std::wstring(record->fileName) + L".md5");
+  std::wstring checksumPartial = checksumTarget + L".download";
+  if (!Get(checksumSource, checksumPartial, nullptr, &failure, &missing)) {
+    DeleteFileW(checksumPartial.c_str());
+    // Without a checksum at the source there is nothing to check against.
+    if (missing) return kDownloadArrived;
+    HostLog(L"Downloader: checksum '%s' failed: %s.\n", checksumSource.c_str(), failure.c_str());
+    return kDownloadBadChecksum;
+  }
+  MoveFileExW(checksumPartial.c_str(), checksumTarget.c_str(), MOVEFILE_REPLACE_EXISTING);
+  std::wstring expected = ChecksumOf(checksumTarget);
+  std::wstring actual = FileMd5(target);
+  if (expected.empty() || expected != actual) {
+    HostLog(L"Downloader: '%s' does not match its checksum (expected '%s', got '%s').\n", target.c_str(),
+            expected.c_str(), actual.c_str());
+    return kDownloadBadChecksum;
+  }
+  return kDownloadArrived;
+}
+
+bool CDownloaderApi::Get(const std::wstring& source, const std::wstring& path, CFileSizeInfo* progress,
+                         std::wstring* failure, bool* missing) {
+  *missing = false;
+  if (IsWebAddress(source)) return GetHttp(source, path, progress, failure, missing);
+  uint64_t size = 0;
+  if (!FileSize(source, &size)) {
+    *missing = true;
+    *failure = L"no such file";
+    return false;
+  }
+  if (!CopyFileW(source.c_str(), path.c_str(), FALSE)) {
+    *failure = ErrorText(L"the copy", GetLastError());
+    return false;
+  }
+  Progress(progress, size, size, true);
+  return true;
+}
+
+bool CDownloaderApi::GetHttp(const std::wstring& url, const std::wstring& path, CFileSizeInfo* progress,
+                             std::wstring* failure, bool* missing) {
+  URL_COMPONENTS parts = {};
+  parts.dwStructSize = sizeof(parts);
+  parts.dwHostNameLength = static_cast<DWORD>(-1);
+  parts.dwUrlPathLength = static_cast<DWORD>(-1);
+  parts.dwExtraInfoLength = static_cast<DWORD>(-1);
+  if (!WinHttpCrackUrl(url.c_str(), 0, 0, &parts) || parts.dwHostNameLength == 0) {
+    *failure = L"not a valid address";
+    return false;
+  }
+  std::wstring host(parts.lpszHostName, parts.dwHostNameLength);
+  std::wstring object(parts.lpszUrlPath, parts.dwUrlPathLength);
+  if (parts.lpszExtraInfo != nullptr) object.append(parts.lpszExtraInfo, parts.dwExtraInfoLength);
+  if (object.empty()) object = L"/";
+
+  EnterCriticalSection(&lock_);
+  if (session_ == nullptr) {
+    session_ = WinHttpOpen(L"Installer", WINHTTP_ACCESS_TYPE_DEFAULT_PROXY, WINHTTP_NO_PROXY_NAME,
+                           WINHTTP_NO_PROXY_BYPASS, 0);
+    if (session_ != nullptr) WinHttpSetTimeouts(session_, 10000, 10000, 30000, 30000);
+  }
+  HINTERNET session = session_;
+  LeaveCriticalSection(&lock_);
+  if (session == nullptr) {
+    *failure = ErrorText(L"WinHttpOpen", GetLastError());
+    return false;
+  }
+  InternetHandle connection(WinHttpConnect(session, host.c_str(), parts.nPort, 0));
+  if (connection == nullptr) {
+    *failure = ErrorText(L"WinHttpConnect", GetLastError());
+    return false;
+  }
+  DWORD flags = parts.nScheme == INTERNET_SCHEME_HTTPS ? WINHTTP_FLAG_SECURE : 0;
+  InternetHandle request(WinHttpOpenRequest(connection, L"GET", object.c_str(), nullptr, WINHTTP_NO_REFERER,
+                                            WINHTTP_DEFAULT_ACCEPT_TYPES, flags));
+  if (request == nullptr) {
+    *failure = ErrorText(L"WinHttpOpenRequest", GetLastError());
+    return false;
+  }
+  if (IsLoopback(host)) {
+    // A system proxy must not see requests for this machine.
+    WINHTTP_PROXY_INFO direct = {WINHTTP_ACCESS_TYPE_NO_PROXY, nullptr, nullptr};
+    WinHttpSetOption(request, WINHTTP_OPTION_PROXY, &direct, sizeof(direct));
+  }
+  if (!WinHttpSendRequest(request, WINHTTP_NO_ADDITIONAL_HEADERS, 0, WINHTTP_NO_REQUEST_DATA, 0, 0, 0) ||
+      !WinHttpReceiveResponse(request, nullptr)) {
+    *failure = ErrorText(L"the request", GetLastError());
+    return false;
+  }
+  DWORD statusCode = 0;
+  DWORD length = sizeof(statusCode);
+  WinHttpQueryHeaders(request, WINHTTP_QUERY_STATUS_CODE | WINHTTP_QUERY_FLAG_NUMBER, WINHTTP_HEADER_NAME_BY_INDEX,
+                      &statusCode, &length, WINHTTP_NO_HEADER_INDEX);
+  if (statusCode != 200) {
+    *missing = statusCode == 404 || statusCode == 410;
+    *failure = L"HTTP status " + std::to_wstring(statusCode);
+    return false;
+  }
+  wchar_t contentLength[32] = {};
+  length = sizeof(contentLength);
+  bool totalKnown = WinHttpQueryHeaders(request, WINHTTP_QUERY_CONTENT_LENGTH, WINHTTP_HEADER_NAME_BY_INDEX,
+                                        contentLength, &length, WINHTTP_NO_HEADER_INDEX) != FALSE;
+  uint64_t total = totalKnown ? _wcstoui64(contentLength, nullptr, 10) : 0;
+
+  HANDLE file = CreateFileW(path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
+  if (file == INVALID_HANDLE_VALUE) {
+    *failure = ErrorText(L"creating the file", GetLastError());
+    return false;
+  }
+  std::vector<char> block(kBlock);
+  uint64_t done = 0;
+  bool ok = true;
+  Progress(progress, 0, total, totalKnown);
+  for (;;) {
+    if (WaitForSingleObject(stop_, 0) == WAIT_OBJECT_0) {
+      *failure = L"the engine is shutting down";
+      ok = false;
+      break;
+    }
+    DWORD read = 0;
+    if (!WinHttpReadData(request, block.data(), kBlock, &read)) {
+      *failure = ErrorText(L"reading", GetLastError());
+      ok = false;
+      break;
+    }
+    if (read == 0) break;
+    DWORD written = 0;
+    if (!WriteFile(file, block.data(), read, &written, nullptr) || written != read) {
+      *failure = ErrorText(L"writing", GetLastError());
+      ok = false;
+      break;
+    }
+    done += read;
+    Progress(progress, done, total, totalKnown);
+  }
+  CloseHandle(file);
+  if (ok && totalKnown && done != total) {
+    *failure = L"the connection ended after " + std::to_wstring(done) + L" of " + std::to_wstring(total) + L" bytes";
+    ok = false;
+  }
+  return ok;
+}

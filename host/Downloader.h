@@ -1,0 +1,59 @@
+// The engine's downloader, published as SelfFree_DownloaderApi.
+//
+// Each accepted file is fetched on a thread of its own: from an http:// or
+// https:// location through WinHTTP, or from a local or UNC folder by copy. The
+// address is the location joined with the file name ("<location>/<name>"); the
+// file lands in its local folder through a ".download" file that replaces it only
+// when complete, so a failed transfer never leaves half a file under the name.
+// With verifyChecksum set, "<name>.md5" is looked for beside the file; when the
+// source has one, it is kept as the record's checksum file and the file must
+// match it. Then the status goes into the size info under its lock (2 arrived,
+// 3 failed - an HTTP status other than 200 included -, 4 wrong checksum, 5 kept
+// a non-empty local copy because replaceExisting was 0), and the ready event is
+// set, for every accepted file, also on failure and when the engine shuts down
+// during a transfer.
+//
+// Freeing the downloader stops the transfers between two blocks and waits for
+// their threads; WinHTTP's time-outs bound a stalled connection.
+#pragma once
+
+#include <windows.h>
+#include <winhttp.h>
+
+#include <string>
+#include <vector>
+
+#include "diagnostics/Downloader.h"
+
+class CDownloaderApi : public IDownloaderApi {
+ public:
+  CDownloaderApi();
+  ~CDownloaderApi();
+
+  bool AddFile(CFileInfo* file, CFileInfo** result, bool start) override;
+
+  SELFFREE_DESTRUCTOR(CDownloaderApi)
+
+ private:
+  struct Transfer {
+    CDownloaderApi* owner;
+    CFileInfo* record;
+    HANDLE thread;
+  };
+  static DWORD WINAPI Run(LPVOID parameter);
+  uint32_t Fetch(CFileInfo* record);
+  // Fetches source (an address or a path) into path; false with the reason.
+  bool Get(const std::wstring& source, const std::wstring& path, CFileSizeInfo* progress, std::wstring* failure,
+           bool* missing);
+  bool GetHttp(const std::wstring& url, const std::wstring& path, CFileSizeInfo* progress, std::wstring* failure,
+               bool* missing);
+
+  CRITICAL_SECTION lock_;
+  HANDLE stop_;
+  HINTERNET session_ = nullptr;
+  std::vector<Transfer*> transfers_;
+};
+
+// The address or path of name at location: "<location>/<name>" for web
+// addresses, with name percent-encoded, and "<location>\<name>" for folders.
+std::wstring DownloadSource(const std::wstring& location, const std::wstring& name);
