@@ -5,13 +5,16 @@
 //
 // It writes to its own folder, not the current one: the manager starts it in
 // the application folder. Exit code 0, or the Windows error that stopped it.
+//
+// A windows program without a window rather than a console one: no console is
+// made for it, nor, under Wine, a console host process that outlives it.
 // Plain buffers only: the package is downloaded, and the C++ library would add
 // most of its size.
 #include <windows.h>
 
 #include <cwchar>
 
-int wmain() {
+int WINAPI wWinMain(HINSTANCE, HINSTANCE, LPWSTR, int) {
   wchar_t target[MAX_PATH + 16] = {};
   DWORD length = GetModuleFileNameW(nullptr, target, MAX_PATH);
   if (length == 0 || length >= MAX_PATH) return ERROR_FILENAME_EXCED_RANGE;

@@ -1,0 +1,103 @@
+// The engine's downloader against the tests' web server and local folders,
+// called through its slot as the library calls it.
+#include <algorithm>
+
+#include "host/Downloader.h"
+#include "host/VariableStore.h"
+#include "tests/diagnostics/LanguageFixture.h"
+
+namespace {
+
+class DownloaderTest : public LanguageTest {
+ protected:
+  struct Outcome {
+    uint32_t status = ~0u;
+    CFileSizeInfo* progress = nullptr;  // left to the test's end, as the library leaves them
+  };
+
+  // Asks the published downloader for name from location into lang_, and waits
+  // at most 10 s for the ready event.
+  Outcome Download(const std::wstring& name, const wchar_t* location, uint8_t replace = 1, uint8_t verify = 1) {
+    Outcome outcome;
+    auto* downloader = reinterpret_cast<CSelfFree*>(VariableStore::Instance().Get("SelfFree_DownloaderApi"));
+    CFileInfo* file = new CFileInfo();
+    outcome.progress = new CFileSizeInfo();
+    file->replaceExisting = replace;
+    file->verifyChecksum = verify;
+    file->SetFileName(name.c_str());
+    file->SetLocalFolder(lang_.c_str());
+    file->SetLocation(location);
+    file->sizeInfo = outcome.progress;
+    CFileInfo* result = nullptr;
+    using AddFile = bool (*)(void*, CFileInfo*, CFileInfo**, bool);
+    bool accepted = reinterpret_cast<AddFile>((*reinterpret_cast<void***>(downloader))[2])(downloader, file, &result, true);
+    EXPECT_TRUE(accepted);
+    HANDLE ready = file->readyEvent;
+    if (accepted && result != nullptr) {
+      EXPECT_NE(result, file);
+      EXPECT_EQ(result->readyEvent, ready);
+      EXPECT_EQ(result->sizeInfo, outcome.progress);
+      EXPECT_STREQ(result->checksumFileName, (name + L".md5").c_str());
+    }
+    file->Free();
+    EXPECT_EQ(WaitForSingleObject(ready, 10000), WAIT_OBJECT_0);
+    outcome.status = outcome.progress->ReadStatus();
+    created_.push_back(outcome.progress);
+    return outcome;
+  }
+  std::vector<CFileSizeInfo*> created_;
+};
+
+std::string Bytes(size_t count) {
+  std::string bytes(count, '\0');
+  for (size_t i = 0; i < count; ++i) bytes[i] = static_cast<char>((i * 7919) >> 3);
+  return bytes;
+}
+
+}  // namespace
+
+TEST_F(DownloaderTest, FilesArriveOverHttpAndFromAFolderWithTheirProgress) {
+  ASSERT_FALSE(serverUrl_.empty()) << "no web server: run through ctest, which starts it";
+  const std::string content = Bytes(300 * 1024 + 17);
+  WriteUtf8(server_ + L"data file.bin", content);
+  Outcome web = Download(L"data file.bin", serverUrl_.c_str());
+  EXPECT_EQ(web.status, kDownloadArrived);
+  EXPECT_EQ(ReadAll(lang_ + L"data file.bin"), content);
+  EXPECT_EQ(web.progress->bytesDone, content.size());
+  EXPECT_EQ(web.progress->bytesTotal, content.size());
+  EXPECT_EQ(web.progress->sizeUnknown, 0);
+  EXPECT_EQ(web.progress->percent, 100u);
+  EXPECT_FALSE(FileExists(lang_ + L"data file.bin.download"));
+
+  WriteUtf8(server_ + L"local.txt", "from a folder");
+  Outcome local = Download(L"local.txt", server_.c_str());
+  EXPECT_EQ(local.status, kDownloadArrived);
+  EXPECT_EQ(ReadAll(lang_ + L"local.txt"), "from a folder");
+}
+
+TEST_F(DownloaderTest, FailuresSignalWithAStatusOtherThanArrived) {
+  ASSERT_FALSE(serverUrl_.empty()) << "no web server: run through ctest, which starts it";
+  WriteUtf8(lang_ + L"kept.txt", "old");
+  EXPECT_EQ(Download(L"kept.txt", serverUrl_.c_str()).status, kDownloadFailed) << "404";
+  EXPECT_EQ(ReadAll(lang_ + L"kept.txt"), "old") << "a failed transfer leaves the file alone";
+  EXPECT_EQ(Download(L"kept.txt", serverUrl_.c_str(), 0).status, kDownloadKept);
+  EXPECT_EQ(Download(L"missing.txt", server_.c_str()).status, kDownloadFailed);
+  EXPECT_EQ(Download(L"nowhere.txt", nullptr).status, kDownloadFailed);
+  EXPECT_EQ(Download(L"x.txt", L"http://").status, kDownloadFailed);
+  EXPECT_FALSE(FileExists(lang_ + L"missing.txt"));
+  EXPECT_FALSE(FileExists(lang_ + L"kept.txt.download"));
+
+  // A checksum beside the file is checked and kept; a wrong one fails the file.
+  WriteUtf8(server_ + L"checked.txt", "abc");
+  WriteUtf8(server_ + L"checked.txt.md5", "900150983cd24fb0d6963f7d28e17f72  checked.txt\n");
+  EXPECT_EQ(Download(L"checked.txt", serverUrl_.c_str()).status, kDownloadArrived);
+  EXPECT_EQ(ReadAll(lang_ + L"checked.txt.md5"), "900150983cd24fb0d6963f7d28e17f72  checked.txt\n");
+  WriteUtf8(server_ + L"checked.txt", "abd");
+  EXPECT_EQ(Download(L"checked.txt", serverUrl_.c_str()).status, kDownloadBadChecksum);
+  EXPECT_EQ(Download(L"checked.txt", serverUrl_.c_str(), 1, 0).status, kDownloadArrived) << "not asked to check";
+
+  CSelfFree* downloader = reinterpret_cast<CSelfFree*>(VariableStore::Instance().Get("SelfFree_DownloaderApi"));
+  CFileInfo* result = reinterpret_cast<CFileInfo*>(1);
+  EXPECT_FALSE(static_cast<IDownloaderApi*>(downloader)->AddFile(nullptr, &result, true));
+  EXPECT_EQ(result, nullptr);
+}

@@ -1,0 +1,54 @@
+// Shared set-up of the language tests: a fresh folder per test under the test
+// program's own work\ folder, served by the tests' web server on 127.0.0.1 (see
+// tests/http-server.sh), the demo's language packages, and the engine's real
+// downloader published as SelfFree_DownloaderApi.
+//
+// The work folder is emptied when the program starts, not after each test: the
+// resource manager's scans leave their search handles open, and Wine does not
+// remove a folder that a search still holds.
+#pragma once
+
+#include <windows.h>
+
+#include <functional>
+#include <string>
+
+#include "diagnostics/MultiLanguageApi.h"
+#include "diagnostics/ResourceManager.h"
+#include "tests/support/PluginFixture.h"
+
+// The folder of the test program, with a trailing backslash.
+std::wstring ProgramFolder();
+void WriteUtf8(const std::wstring& path, const std::string& text);
+std::string ReadAll(const std::wstring& path);
+bool FileExists(const std::wstring& path);
+std::wstring Narrow(const std::string& text);  // ASCII to wide, for messages
+// An XLIFF document with the xlf prefix around units (trans-unit elements).
+std::string Xliff(const std::string& units);
+// A language file around the language elements.
+std::string LanguageFile(const std::string& languages);
+// Runs work on a thread of its own and waits at most timeoutMs. A call that is
+// still running then will never come back (the manager's waits have no limit),
+// so the program stops with a message rather than free what the call uses.
+void Bounded(const std::function<void()>& work, DWORD timeoutMs = 20000);
+
+class LanguageTest : public PluginTest {
+ protected:
+  void SetUp() override;
+
+  // lang\ and server\ of this test's folder, with trailing backslashes.
+  std::wstring lang_;
+  std::wstring server_;
+  // The web address of server_, with a trailing slash; empty without a server.
+  std::wstring serverUrl_;
+
+  // Copies the demo's package of code (lang-en-US.exe, lang-de-DE.exe) into
+  // folder, under name when given; with its checksum file if it has one.
+  void CopyPackage(const wchar_t* code, const std::wstring& folder, const std::wstring& name = L"");
+  void PutText(const char* name, const wchar_t* value);
+  IMultiLanguageApi* Languages();
+  IResourceManager* Texts();
+  std::wstring Text(const wchar_t* id);
+  // Runs a command through the library (index 1, next 0) and expects status 0.
+  void Run(const std::wstring& elementXml);
+};
