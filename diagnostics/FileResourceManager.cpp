@@ -72,19 +72,17 @@ void CFileResourceManager::LoadXliff(const wchar_t* path) {
     ComRef<IXMLDOMParseError> error;
     Bstr reason;
     long line = 0;
-    long position = 0;
     if (document->get_parseError(error.Out()) == S_OK && error.Get() != nullptr) {
       error->get_reason(reason.Out());
       error->get_line(&line);
-      error->get_linepos(&position);
     }
-    // The arguments do not fit the format: the reason lands on the first %i and
-    // the position on the last %s. A column number read as a text address would
-    // fault (the first 64 KiB of an address space are never mapped), so the text
-    // slot gets the null pointer the C runtime prints as "(null)" - which is also
-    // what a position of 0 gives, and MSXML under Wine reports every position as
-    // 0. The line keeps its shape and its other arguments, and never faults.
-    (void)position;
+    // The arguments do not fit the format: the reason's address lands on the
+    // first %i, the line on the second, and the position on the last %s. A
+    // column number read as a text address would fault (the first 64 KiB of an
+    // address space are never mapped), so that slot gets the null pointer the C
+    // runtime prints as "(null)" - which is also what a position of 0 gives, and
+    // MSXML under Wine reports every position as 0. The line keeps its shape and
+    // never faults.
     LogMessage(L"%s Line %i, Position %i: Error: %s", kTag, static_cast<BSTR>(reason), line,
                static_cast<const wchar_t*>(nullptr));
     return;

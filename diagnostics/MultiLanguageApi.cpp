@@ -56,16 +56,14 @@ bool ReadAttribute(IXMLDOMNamedNodeMap* attributes, const wchar_t* name, Bstr* t
   return node->get_text(text->Out()) == S_OK;
 }
 
-// The next sibling that is no comment; false when there is none.
+// Moves node on to its next sibling that is no comment; false when there is none.
 bool NextNonComment(ComRef<IXMLDOMNode>* node) {
-  for (;;) {
+  do {
     ComRef<IXMLDOMNode> next;
     if ((*node)->get_nextSibling(next.Out()) != S_OK || next.Get() == nullptr) return false;
-    next->AddRef();
-    node->Reset();
-    *node->Out() = next.Get();
-    if (!IsComment(node->Get())) return true;
-  }
+    node->Attach(next.Detach());
+  } while (IsComment(node->Get()));
+  return true;
 }
 
 // The node itself when it is no comment, else its next sibling that is none.
@@ -75,8 +73,7 @@ IResourceManager* ResourceManager() { return StoreGetObject<IResourceManager>("S
 
 }  // namespace
 
-CMultiLanguageApi::CMultiLanguageApi()
-    : onlineFile(new CFileInfo()), onlineSizeInfo(new CFileSizeInfo()) {}
+CMultiLanguageApi::CMultiLanguageApi() : onlineFile(new CFileInfo()), onlineSizeInfo(new CFileSizeInfo()) {}
 
 CMultiLanguageApi::~CMultiLanguageApi() {
   Replace(&languageFolder, nullptr);

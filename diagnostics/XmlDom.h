@@ -24,6 +24,16 @@ class ComRef {
   }
   T* operator->() const { return ptr_; }
   T* Get() const { return ptr_; }
+  // Takes over a reference the caller owns.
+  void Attach(T* ptr) {
+    Reset();
+    ptr_ = ptr;
+  }
+  T* Detach() {
+    T* ptr = ptr_;
+    ptr_ = nullptr;
+    return ptr;
+  }
   void Reset() {
     if (ptr_ != nullptr) ptr_->Release();
     ptr_ = nullptr;
