@@ -39,11 +39,11 @@ class CFileSizeInfo : public CSelfFree {
   uint32_t ReadStatus();
   void WriteStatus(uint32_t value);
 
-  uint64_t bytesDone = 0;       // bytes that have arrived
-  uint64_t bytesTotal = 0;      // the file's full size, once the source told it
-  uint32_t percent = 0;         // bytesDone of bytesTotal, 0 to 100
-  HANDLE progressEvent;         // auto-reset; set after each step of progress
-  uint8_t sizeUnknown = 1;      // 1 until bytesTotal is known
+  uint64_t bytesDone = 0;   // bytes that have arrived
+  uint64_t bytesTotal = 0;  // the file's full size, once the source told it
+  uint32_t percent = 0;     // bytesDone of bytesTotal, 0 to 100
+  HANDLE progressEvent;     // auto-reset; set after each step of progress
+  uint8_t sizeUnknown = 1;  // 1 until bytesTotal is known
   uint32_t status = kDownloadQueued;
   CRITICAL_SECTION statusLock;  // guards status (and the progress fields)
   CWinapiInterface* platform;

@@ -1,8 +1,8 @@
-#include "diagnostics/Downloader.h"
-
 #include <cstdlib>
 #include <cwchar>
 #include <new>
+
+#include "diagnostics/Downloader.h"
 
 namespace {
 

@@ -1,6 +1,6 @@
-#include "diagnostics/Downloader.h"
-
 #include <new>
+
+#include "diagnostics/Downloader.h"
 
 CFileSizeInfo::CFileSizeInfo() : platform(new CWinapiInterface()) {
   progressEvent = platform->CreateEventW(nullptr, FALSE, FALSE, nullptr);

@@ -38,9 +38,7 @@ LanguageRecord& LanguageRecord::operator=(const LanguageRecord& other) {
 
 LanguageRecord::~LanguageRecord() { Release(); }
 
-void LanguageRecord::AddVariable(const std::string& name, const std::wstring& value) {
-  variables.emplace(name, value);
-}
+void LanguageRecord::AddVariable(const std::string& name, const std::wstring& value) { variables.emplace(name, value); }
 
 void LanguageRecord::Release() {
   for (wchar_t** field : {&code, &displayName, &package, &downloadText}) {

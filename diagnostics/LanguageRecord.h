@@ -10,8 +10,8 @@
 class LanguageRecord {
  public:
   LanguageRecord() = default;
-  LanguageRecord(const wchar_t* code, const wchar_t* displayName, const wchar_t* package,
-                 const wchar_t* downloadText, bool rtl, bool installed);
+  LanguageRecord(const wchar_t* code, const wchar_t* displayName, const wchar_t* package, const wchar_t* downloadText,
+                 bool rtl, bool installed);
   LanguageRecord(const LanguageRecord& other);
   LanguageRecord& operator=(const LanguageRecord& other);
   ~LanguageRecord();
@@ -19,12 +19,12 @@ class LanguageRecord {
   // Adds a variable unless the name is already there: the first value stands.
   void AddVariable(const std::string& name, const std::wstring& value);
 
-  wchar_t* code = nullptr;          // element name, e.g. en-US; compared without case
-  wchar_t* displayName = nullptr;   // attribute name
-  wchar_t* package = nullptr;       // attribute package: a file of the language folder
-  wchar_t* downloadText = nullptr;  // attribute downloadRequired, or null: shown while not installed
-  bool rtl = false;                 // attribute rtl is exactly "true"
-  bool installed = false;           // false for a language known only online, until its package came
+  wchar_t* code = nullptr;                        // element name, e.g. en-US; compared without case
+  wchar_t* displayName = nullptr;                 // attribute name
+  wchar_t* package = nullptr;                     // attribute package: a file of the language folder
+  wchar_t* downloadText = nullptr;                // attribute downloadRequired, or null: shown while not installed
+  bool rtl = false;                               // attribute rtl is exactly "true"
+  bool installed = false;                         // false for a language known only online, until its package came
   std::map<std::string, std::wstring> variables;  // store name -> text
 
  private:

@@ -25,8 +25,8 @@
 // it from one thread at a time. The waits on downloads have no time limit.
 #pragma once
 
-#include <windows.h>
 #include <msxml2.h>
+#include <windows.h>
 
 #include <cstdint>
 

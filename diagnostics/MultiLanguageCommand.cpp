@@ -70,7 +70,8 @@ int32_t CMultiLanguageCommand::Execute(HANDLE, CRITICAL_SECTION*) {
     }
   }
   if (manager != nullptr) {
-    if (cloudHasLanguages) manager->ApplyCloudList(cloud, commandLineLanguage != nullptr ? commandLineLanguage->text : nullptr);
+    if (cloudHasLanguages)
+      manager->ApplyCloudList(cloud, commandLineLanguage != nullptr ? commandLineLanguage->text : nullptr);
     if (manager->PeekLanguages()->size() > 1) StorePut("int_MultiLanguageAvailable", 1);
     defaultLanguage = StoreGetString("String_DefaultLanguage");
     if (defaultLanguage != nullptr) manager->SelectLanguage(defaultLanguage->text);

@@ -3,8 +3,8 @@
 // strings, and the COM initialisation around one file's load.
 #pragma once
 
-#include <windows.h>
 #include <msxml2.h>
+#include <windows.h>
 
 // mingw declares these but does not define them.
 extern const CLSID kClsidDomDocument30;

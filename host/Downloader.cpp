@@ -2,8 +2,8 @@
 
 #include <wincrypt.h>
 
-#include <cstdio>
 #include <cctype>
+#include <cstdio>
 #include <cwctype>
 
 #include "host/HostServices.h"
@@ -227,9 +227,9 @@ uint32_t CDownloaderApi::Fetch(CFileInfo* record) {
 
   if (!record->verifyChecksum) return kDownloadArrived;
   std::wstring checksumSource = source + L".md5";
-  std::wstring checksumTarget =
-      DownloadSource(record->localFolder, record->checksumFileName != nullptr ? record->checksumFileName
-                                                                              : std::wstring(record->fileName) + L".md5");
+  std::wstring checksumTarget = DownloadSource(record->localFolder, record->checksumFileName != nullptr
+                                                                        ? record->checksumFileName
+                                                                        : std::wstring(record->fileName) + L".md5");
   std::wstring checksumPartial = checksumTarget + L".download";
   if (!Get(checksumSource, checksumPartial, nullptr, &failure, &missing)) {
     DeleteFileW(checksumPartial.c_str());
@@ -285,8 +285,8 @@ bool CDownloaderApi::GetHttp(const std::wstring& url, const std::wstring& path, 
 
   EnterCriticalSection(&lock_);
   if (session_ == nullptr) {
-    session_ = WinHttpOpen(L"Installer", WINHTTP_ACCESS_TYPE_DEFAULT_PROXY, WINHTTP_NO_PROXY_NAME,
-                           WINHTTP_NO_PROXY_BYPASS, 0);
+    session_ =
+        WinHttpOpen(L"Installer", WINHTTP_ACCESS_TYPE_DEFAULT_PROXY, WINHTTP_NO_PROXY_NAME, WINHTTP_NO_PROXY_BYPASS, 0);
     if (session_ != nullptr) WinHttpSetTimeouts(session_, 10000, 10000, 30000, 30000);
   }
   HINTERNET session = session_;

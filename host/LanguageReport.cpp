@@ -12,7 +12,9 @@ const int32_t kTextCapacity = 64 * 1024;
 
 std::wstring Text(const wchar_t* text) { return text != nullptr ? text : L"(none)"; }
 
-void CollectId(const wchar_t* id, void* context, int) { static_cast<std::vector<std::wstring>*>(context)->push_back(id); }
+void CollectId(const wchar_t* id, void* context, int) {
+  static_cast<std::vector<std::wstring>*>(context)->push_back(id);
+}
 
 }  // namespace
 

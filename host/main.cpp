@@ -134,7 +134,8 @@ int Run(const HostOptions& options) {
   store.Put("HMODULE_AdditionalDll", reinterpret_cast<StoreValue>(GetModuleHandleW(nullptr)));
   HMODULE langDll = nullptr;
   if (!options.langDll.empty()) {
-    langDll = LoadLibraryExW(options.langDll.c_str(), nullptr, LOAD_LIBRARY_AS_DATAFILE | LOAD_LIBRARY_AS_IMAGE_RESOURCE);
+    langDll = LoadLibraryExW(options.langDll.c_str(), nullptr,
+                             LOAD_LIBRARY_AS_DATAFILE | LOAD_LIBRARY_AS_IMAGE_RESOURCE);
     if (langDll == nullptr) {
       Fail(L"cannot load the language module '" + options.langDll + L"' (error " + std::to_wstring(GetLastError()) +
            L"); going on without it");

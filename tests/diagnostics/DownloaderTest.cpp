@@ -30,7 +30,8 @@ class DownloaderTest : public LanguageTest {
     file->sizeInfo = outcome.progress;
     CFileInfo* result = nullptr;
     using AddFile = bool (*)(void*, CFileInfo*, CFileInfo**, bool);
-    bool accepted = reinterpret_cast<AddFile>((*reinterpret_cast<void***>(downloader))[2])(downloader, file, &result, true);
+    bool accepted =
+        reinterpret_cast<AddFile>((*reinterpret_cast<void***>(downloader))[2])(downloader, file, &result, true);
     EXPECT_TRUE(accepted);
     HANDLE ready = file->readyEvent;
     if (accepted && result != nullptr) {

@@ -117,7 +117,8 @@ void LanguageTest::CopyPackage(const wchar_t* code, const std::wstring& folder, 
   std::wstring source = demo + L"lang\\" + file;
   if (!FileExists(source)) source = demo + L"online\\" + file;
   std::wstring target = folder + (name.empty() ? file : name);
-  ASSERT_TRUE(CopyFileW(source.c_str(), target.c_str(), FALSE)) << "no package " << std::string(file.begin(), file.end());
+  ASSERT_TRUE(CopyFileW(source.c_str(), target.c_str(), FALSE))
+      << "no package " << std::string(file.begin(), file.end());
   if (FileExists(source + L".md5")) CopyFileW((source + L".md5").c_str(), (target + L".md5").c_str(), FALSE);
 }
 

@@ -138,9 +138,8 @@ TEST_F(MultiLanguageTest, ReadingEndsAtALanguageWithoutNameOrPackage) {
   EXPECT_TRUE(Codes().empty());
   std::wstring prefix = L"MultiLanguageApi: XML parsing error! Xml file: " + lang_ + L"languages.xml; reason: ";
   auto lines = log_->Lines();
-  EXPECT_TRUE(std::any_of(lines.begin(), lines.end(), [&](const std::wstring& line) {
-    return line.compare(0, prefix.size(), prefix) == 0;
-  }));
+  EXPECT_TRUE(std::any_of(lines.begin(), lines.end(),
+                          [&](const std::wstring& line) { return line.compare(0, prefix.size(), prefix) == 0; }));
   EXPECT_FALSE(Languages()->SelectLanguage(L"en-US"));
 }
 
@@ -189,7 +188,8 @@ TEST_F(MultiLanguageTest, ALanguageKnownOnlyOnlineIsDownloadedWhenSelected) {
   // Online, English gets another name and package (both ignored) and new variables.
   WriteUtf8(server_ + L"languages.xml.online", LanguageFile(R"xml(
     <en-US name="Englisch" package="other.exe"><LanguageSource string="online"/></en-US>
-    <de-DE name="Deutsch" package="lang-de-DE.exe" downloadRequired="(download)"><ProductName string="Produkt"/></de-DE>)xml"));
+    <de-DE name="Deutsch" package="lang-de-DE.exe" downloadRequired="(download)">
+      <ProductName string="Produkt"/></de-DE>)xml"));
   CopyPackage(L"de-DE", server_);
   PutText("String_DefaultLanguage", L"en-US");
   RunTexts();
@@ -201,7 +201,8 @@ TEST_F(MultiLanguageTest, ALanguageKnownOnlyOnlineIsDownloadedWhenSelected) {
   // Before and after AddFile: the downloader's record shares the ready event.
   HANDLE ready = reinterpret_cast<CMultiLanguageApi*>(languages)->onlineFile->readyEvent;
   wchar_t line[64];
-  swprintf_s(line, 64, L"@@@@@@@@@@@File ready handle: %x\n", static_cast<unsigned>(reinterpret_cast<uintptr_t>(ready)));
+  swprintf_s(line, 64, L"@@@@@@@@@@@File ready handle: %x\n",
+             static_cast<unsigned>(reinterpret_cast<uintptr_t>(ready)));
   EXPECT_EQ(Count(line), 2u);
 
   LanguageList* list = nullptr;

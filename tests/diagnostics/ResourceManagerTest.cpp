@@ -61,7 +61,8 @@ std::string IconColor(HICON icon) {
 
 TEST_F(ResourceManagerTest, UnitsGiveTargetOrSourceAndAUnitWithoutTextEndsTheFile) {
   WriteUtf8(lang_ + L"texts.xlf", Xliff(R"(
-    <xlf:trans-unit id="1" resname="Both"><xlf:source>source</xlf:source><xlf:target>target</xlf:target></xlf:trans-unit>
+    <xlf:trans-unit id="1" resname="Both">
+      <xlf:source>source</xlf:source><xlf:target>target</xlf:target></xlf:trans-unit>
     <xlf:trans-unit id="2" resname="SourceOnly"><xlf:source>only the source</xlf:source></xlf:trans-unit>
     <xlf:trans-unit id="3" resname="EmptyTarget"><xlf:source>source</xlf:source><xlf:target/></xlf:trans-unit>
     <xlf:trans-unit id="4"><xlf:source>no resname: skipped, the file goes on</xlf:source></xlf:trans-unit>
@@ -217,7 +218,8 @@ TEST_F(ResourceManagerTest, AFileThatIsNoXmlIsLoggedWithoutFaultingAndTheOthersL
     return line.compare(0, 25, L"FileResourceManager Line ") == 0;
   });
   ASSERT_NE(parseLine, lines.end());
-  EXPECT_NE(parseLine->find(L", Position 0: Error: (null)"), std::wstring::npos) << std::string(parseLine->begin(), parseLine->end());
+  EXPECT_NE(parseLine->find(L", Position 0: Error: (null)"), std::wstring::npos)
+      << std::string(parseLine->begin(), parseLine->end());
 }
 
 TEST_F(ResourceManagerTest, CommandReplacesThePublishedManagerAndExpandsItsFolder) {

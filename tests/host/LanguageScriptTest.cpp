@@ -99,7 +99,8 @@ TEST_F(LanguageScriptTest, ScriptLoadsTextsFetchesTheOnlineListAndSwitchesLangua
   EXPECT_EQ(shipped.exitCode, 0u) << shipped.err;
   EXPECT_TRUE(Has(shipped.out, "texts: 6\n")) << shipped.out;
   EXPECT_TRUE(Has(shipped.out, "  InstallFailed=The installation failed.\n")) << shipped.out;
-  EXPECT_TRUE(Has(shipped.err, "1: LocalizationManager Locale Folder: '" + Utf8(lang_.substr(0, lang_.size() - 1)) + "'.\n"));
+  EXPECT_TRUE(
+      Has(shipped.err, "1: LocalizationManager Locale Folder: '" + Utf8(lang_.substr(0, lang_.size() - 1)) + "'.\n"));
   EXPECT_TRUE(Has(shipped.err, "FileResourceManager Found 6 texts in '" + Utf8(lang_) + "installer.xlf'.\n"));
 
   RunResult switched = Run(L"/languages /select-language=de-DE /texts");
@@ -111,13 +112,16 @@ TEST_F(LanguageScriptTest, ScriptLoadsTextsFetchesTheOnlineListAndSwitchesLangua
                   "select-language de-DE: done\n"
                   "current language: de-DE\n"
                   "texts: 6\n"))
-      << "out:\n" << switched.out << "err:\n" << switched.err;
+      << "out:\n"
+      << switched.out << "err:\n"
+      << switched.err;
   EXPECT_TRUE(Has(switched.out, "  InstallFailed=Die Installation ist fehlgeschlagen.\n")) << switched.out;
   EXPECT_TRUE(Has(switched.out, "  IDS_SingleInstanceTitle=Setup l\xC3\xA4uft bereits\n")) << switched.out;
   EXPECT_TRUE(Has(switched.err, "Downloader: '" + url_ + "languages.xml.online' arrived as '" + Utf8(lang_) +
                                     "languages.xml.online'"))
       << switched.err;
-  EXPECT_TRUE(Has(switched.err, "Downloader: '" + url_ + "lang-de-DE.exe' arrived as '" + Utf8(lang_) + "lang-de-DE.exe'"));
+  EXPECT_TRUE(
+      Has(switched.err, "Downloader: '" + url_ + "lang-de-DE.exe' arrived as '" + Utf8(lang_) + "lang-de-DE.exe'"));
   EXPECT_EQ(ReadText(lang_ + L"lang-de-DE.exe"), ReadText(served_ + L"lang-de-DE.exe"));
   EXPECT_FALSE(Has(switched.err, "Installer:")) << "no complaint from the engine";
 }
@@ -127,8 +131,9 @@ TEST_F(LanguageScriptTest, APackageTheServerLacksKeepsTheLanguageAndItsTexts) {
   DeleteFileW((served_ + L"lang-de-DE.exe").c_str());
   RunResult run = Run(L"/select-language=de-DE /texts");
   EXPECT_EQ(run.exitCode, 0u) << run.err;
-  EXPECT_TRUE(Has(run.out, "select-language de-DE: failed\ncurrent language: en-US\n"))
-      << "out:\n" << run.out << "err:\n" << run.err;
+  EXPECT_TRUE(Has(run.out, "select-language de-DE: failed\ncurrent language: en-US\n")) << "out:\n"
+                                                                                        << run.out << "err:\n"
+                                                                                        << run.err;
   EXPECT_TRUE(Has(run.out, "  InstallFailed=The installation failed.\n")) << run.out;
   EXPECT_TRUE(Has(run.err, "Downloader: '" + url_ + "lang-de-DE.exe' failed: HTTP status 404.\n")) << run.err;
 }
