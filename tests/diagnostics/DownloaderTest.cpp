@@ -102,3 +102,34 @@ TEST_F(DownloaderTest, FailuresSignalWithAStatusOtherThanArrived) {
   EXPECT_FALSE(static_cast<IDownloaderApi*>(downloader)->AddFile(nullptr, &result, true));
   EXPECT_EQ(result, nullptr);
 }
+
+// The records cross between the library and an engine built by another
+// compiler: their fields keep their places.
+TEST(DownloadRecordsTest, FieldsKeepTheirPlaces) {
+  CFileInfo* file = new CFileInfo();
+  auto at = [](const void* object, const void* field) {
+    return static_cast<const char*>(field) - static_cast<const char*>(object);
+  };
+  EXPECT_EQ(at(file, &file->sizeInfo), 8);
+  EXPECT_EQ(at(file, &file->platform), 16);
+  EXPECT_EQ(at(file, &file->replaceExisting), 24);
+  EXPECT_EQ(at(file, &file->ownsPlatform), 27);
+  EXPECT_EQ(at(file, &file->reserved2), 28);
+  EXPECT_EQ(at(file, &file->readyEvent), 32);
+  EXPECT_EQ(at(file, &file->fileName), 40);
+  EXPECT_EQ(at(file, &file->checksumFileName), 72);
+  EXPECT_EQ(file->ownsPlatform, 1);
+  file->Free();
+
+  CFileSizeInfo* size = new CFileSizeInfo();
+  EXPECT_EQ(at(size, &size->bytesDone), 8);
+  EXPECT_EQ(at(size, &size->percent), 24);
+  EXPECT_EQ(at(size, &size->progressEvent), 32);
+  EXPECT_EQ(at(size, &size->sizeUnknown), 40);
+  EXPECT_EQ(at(size, &size->status), 44);
+  EXPECT_EQ(at(size, &size->statusLock), 48);
+  EXPECT_EQ(at(size, &size->platform), 48 + static_cast<long>(sizeof(CRITICAL_SECTION)));
+  EXPECT_EQ(size->sizeUnknown, 1);
+  size->Free();
+}
+

@@ -256,6 +256,11 @@ TEST_F(ResourceManagerTest, OperationsSitInTheirSlots) {
   EXPECT_STREQ(buffer, L"text");
   using GetStringById = int32_t (*)(void*, uint32_t, wchar_t*, int32_t);
   EXPECT_EQ(reinterpret_cast<GetStringById>(slots[5])(manager, 10001, buffer, 16), 0);
+  std::vector<std::wstring> ids;
+  reinterpret_cast<void (*)(void*, StringCallback, void*)>(slots[6])(manager, CollectIds, &ids);
+  EXPECT_EQ(ids, std::vector<std::wstring>{L"Id"});
+  HICON icon = nullptr;
+  EXPECT_FALSE(reinterpret_cast<bool (*)(void*, const wchar_t*, HICON*)>(slots[9])(manager, L"#20004", &icon));
   using Clear = void (*)(void*);
   reinterpret_cast<Clear>(slots[3])(manager);
   using LoadFolder = int32_t (*)(void*, const wchar_t*);
