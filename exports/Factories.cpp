@@ -8,14 +8,24 @@
 #include "engine/EventCommands.h"
 #include "engine/ForkCommand.h"
 #include "engine/JoinCommand.h"
+#include "frontend/CommandLineParserCommand.h"
+#include "frontend/MessageBox.h"
+#include "frontend/ProgressCommands.h"
+#include "probes/GuardCommands.h"
 
 #define COMMAND_FACTORY(Class) \
   extern "C" CInstallCommand* Get##Class() { return new (std::nothrow) Class(); }
 
+COMMAND_FACTORY(CArchitectureCheckCommand)
 COMMAND_FACTORY(CCancelCommand)
 COMMAND_FACTORY(CCreateEventCommand)
+COMMAND_FACTORY(CForceSingleInstanceCommand)
 COMMAND_FACTORY(CForkCommand)
 COMMAND_FACTORY(CJoinCommand)
 COMMAND_FACTORY(CLoggerCommand)
 COMMAND_FACTORY(CSetEventCommand)
+COMMAND_FACTORY(CVltCommandLineParserCommand)
+COMMAND_FACTORY(CVltMessageBoxCommand)
+COMMAND_FACTORY(CVltSetErrorCommand)
+COMMAND_FACTORY(CVltUpdateProgressCommand)
 COMMAND_FACTORY(CWaitForHandleCommand)

@@ -13,6 +13,9 @@ const wchar_t kUsage[] =
     L"  /set:<name>=<value>   preset an int_ or String_ variable before the run; repeatable,\n"
     L"                        and it wins over the script's <variables>\n"
     L"  /trace                print every log line to standard error\n"
+    L"  /autoanswer[=<code>]  for runs without a desktop: messages are printed, not shown, and\n"
+    L"                        answered with <code> (0 OK, 1 Cancel, 2 Retry, 3 Yes, 4 No, ...;\n"
+    L"                        default 0)\n"
     L"  /? or /help           show this text\n"
     L"\n"
     L"Other switches (/silent, /update, /path=..., /lang=..., ...) are left to the\n"
@@ -41,6 +44,10 @@ bool ParseOptions(const std::vector<std::wstring>& arguments, HostOptions* optio
       options->help = true;
     } else if (StartsWithNoCase(argument, L"/trace") && argument.size() == 6) {
       options->trace = true;
+    } else if (StartsWithNoCase(argument, L"/autoanswer") &&
+               (argument.size() == 11 || argument[11] == L'=')) {
+      options->autoAnswer = true;
+      if (argument.size() > 12) options->answer = static_cast<uint32_t>(wcstoul(argument.c_str() + 12, nullptr, 0));
     } else if (StartsWithNoCase(argument, L"/plugin=")) {
       options->plugin = argument.substr(8);
       if (options->plugin.empty()) {

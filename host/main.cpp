@@ -113,6 +113,17 @@ int Run(const HostOptions& options) {
   }
   PutString("String_CommandLine", GetCommandLineW());
   PutString("String_ApplicationPath", ModuleFolder());
+  if (options.autoAnswer) {
+    // Runs without a desktop: every message is printed and answered at once. A
+    // script's VltMessageBox would store the blocking provider; it is replaced.
+    uint32_t answer = options.answer;
+    store.Put("MessageBox", reinterpret_cast<StoreValue>(new CAutoAnswerMessageBox(answer)));
+    store.SetPutFilter("MessageBox", [answer](StoreValue value) {
+      if (dynamic_cast<CAutoAnswerMessageBox*>(reinterpret_cast<CSelfFree*>(value)) != nullptr) return value;
+      reinterpret_cast<CSelfFree*>(value)->Free();
+      return reinterpret_cast<StoreValue>(new CAutoAnswerMessageBox(answer));
+    });
+  }
   std::set<CSelfFree*> owned = {decrypter, lists};
   if (trace != nullptr) owned.insert(trace);
 
@@ -160,7 +171,8 @@ int Run(const HostOptions& options) {
 
   PrintCollectedErrors();
   ReleaseStore(owned);
-  store.SetPutFilter("", nullptr);
+  store.SetPutFilter("SelfFree_LoggerApi", nullptr);
+  store.SetPutFilter("MessageBox", nullptr);
   CloseHandle(g_cancelEvent);
   DeleteCriticalSection(&storeLock);
   FreeLibrary(plugin);
