@@ -7,6 +7,13 @@
 #include "engine/EventCommands.h"
 #include "engine/ForkCommand.h"
 #include "engine/JoinCommand.h"
+#include "registry/RegCreateKeyCommand.h"
+#include "registry/RegDeleteKeyCommand.h"
+#include "registry/RegDeleteValueCommand.h"
+#include "registry/RegGetValueCommand.h"
+#include "registry/RegKeyExistsCommand.h"
+#include "registry/RegSetValueCommand.h"
+#include "registry/VltRegSetLicenseCommand.h"
 
 #define COMMAND_FACTORY(Class) \
   extern "C" CInstallCommand* Get##Class() { return new (std::nothrow) Class(); }
@@ -17,3 +24,10 @@ COMMAND_FACTORY(CForkCommand)
 COMMAND_FACTORY(CJoinCommand)
 COMMAND_FACTORY(CSetEventCommand)
 COMMAND_FACTORY(CWaitForHandleCommand)
+COMMAND_FACTORY(CRegCreateKeyCommand)
+COMMAND_FACTORY(CRegDeleteKeyCommand)
+COMMAND_FACTORY(CRegDeleteValueCommand)
+COMMAND_FACTORY(CRegGetValueCommand)
+COMMAND_FACTORY(CRegKeyExistsCommand)
+COMMAND_FACTORY(CRegSetValueCommand)
+COMMAND_FACTORY(CVltRegSetLicenseCommand)
