@@ -12,6 +12,13 @@
 #include "frontend/MessageBox.h"
 #include "frontend/ProgressCommands.h"
 #include "probes/GuardCommands.h"
+#include "registry/RegCreateKeyCommand.h"
+#include "registry/RegDeleteKeyCommand.h"
+#include "registry/RegDeleteValueCommand.h"
+#include "registry/RegGetValueCommand.h"
+#include "registry/RegKeyExistsCommand.h"
+#include "registry/RegSetValueCommand.h"
+#include "registry/VltRegSetLicenseCommand.h"
 
 #define COMMAND_FACTORY(Class) \
   extern "C" CInstallCommand* Get##Class() { return new (std::nothrow) Class(); }
@@ -29,3 +36,10 @@ COMMAND_FACTORY(CVltMessageBoxCommand)
 COMMAND_FACTORY(CVltSetErrorCommand)
 COMMAND_FACTORY(CVltUpdateProgressCommand)
 COMMAND_FACTORY(CWaitForHandleCommand)
+COMMAND_FACTORY(CRegCreateKeyCommand)
+COMMAND_FACTORY(CRegDeleteKeyCommand)
+COMMAND_FACTORY(CRegDeleteValueCommand)
+COMMAND_FACTORY(CRegGetValueCommand)
+COMMAND_FACTORY(CRegKeyExistsCommand)
+COMMAND_FACTORY(CRegSetValueCommand)
+COMMAND_FACTORY(CVltRegSetLicenseCommand)
