@@ -3,10 +3,11 @@
 #include <cwctype>
 
 const wchar_t kUsage[] =
-    L"Usage: Installer.exe [options] <script.xml> [script switches]\n"
+    L"Usage: Installer.exe [options] [<script.xml>] [script switches]\n"
     L"\n"
     L"Runs an install script: each element of its <commands> is created by the\n"
-    L"plug-in library and the commands are walked by index.\n"
+    L"plug-in library and the commands are walked by index. Without a script the\n"
+    L"script the plug-in library carries is run.\n"
     L"\n"
     L"Options:\n"
     L"  /plugin=<path>        plug-in library (default: InstallCommands.dll beside Installer.exe)\n"
@@ -69,10 +70,6 @@ bool ParseOptions(const std::vector<std::wstring>& arguments, HostOptions* optio
     } else if (!argument.empty() && argument[0] != L'/' && options->script.empty()) {
       options->script = argument;
     }
-  }
-  if (!options->help && options->script.empty()) {
-    *error = L"no script given";
-    return false;
   }
   return true;
 }

@@ -33,6 +33,7 @@ enum ExitCode : int {
 };
 
 HANDLE g_cancelEvent = nullptr;
+const WORD kEmbeddedScriptId = 20003;
 
 void PrintUtf8(FILE* stream, const std::wstring& text) {
   int bytes = WideCharToMultiByte(CP_UTF8, 0, text.c_str(), -1, nullptr, 0, nullptr, nullptr);
@@ -82,6 +83,20 @@ void PrintCollectedErrors() {
   Fail(L"errors reported during the run:\n" + text);
 }
 
+// The script the plug-in carries: resource type "XML", id 20003, UTF-8.
+bool EmbeddedScript(HMODULE plugin, std::wstring* text) {
+  HRSRC resource = FindResourceW(plugin, MAKEINTRESOURCEW(kEmbeddedScriptId), L"XML");
+  if (resource == nullptr) return false;
+  HGLOBAL loaded = LoadResource(plugin, resource);
+  DWORD size = SizeofResource(plugin, resource);
+  const char* bytes = static_cast<const char*>(LockResource(loaded));
+  if (bytes == nullptr || size == 0) return false;
+  int count = MultiByteToWideChar(CP_UTF8, 0, bytes, static_cast<int>(size), nullptr, 0);
+  text->assign(count, L'\0');
+  MultiByteToWideChar(CP_UTF8, 0, bytes, static_cast<int>(size), &(*text)[0], count);
+  return true;
+}
+
 BOOL WINAPI OnConsoleControl(DWORD type) {
   if (type != CTRL_C_EVENT && type != CTRL_BREAK_EVENT) return FALSE;
   SetEvent(g_cancelEvent);
@@ -90,7 +105,7 @@ BOOL WINAPI OnConsoleControl(DWORD type) {
 }
 
 int Run(const HostOptions& options) {
-  if (GetFileAttributesW(options.script.c_str()) == INVALID_FILE_ATTRIBUTES) {
+  if (!options.script.empty() && GetFileAttributesW(options.script.c_str()) == INVALID_FILE_ATTRIBUTES) {
     Fail(L"script '" + options.script + L"' not found");
     return kExitFileNotFound;
   }
@@ -136,7 +151,21 @@ int Run(const HostOptions& options) {
 
   LoadedScript script;
   std::wstring error;
-  if (!LoadScript(options.script, plugin, &script, &error)) {
+  bool loaded = false;
+  if (!options.script.empty()) {
+    loaded = LoadScript(options.script, plugin, &script, &error);
+  } else {
+    std::wstring embedded;
+    if (!EmbeddedScript(plugin, &embedded)) {
+      Fail(L"no script given, and the plug-in library '" + pluginPath + L"' carries none");
+      PrintUtf8(stderr, kUsage);
+      ReleaseStore(owned);
+      FreeLibrary(plugin);
+      return kExitBadCommandLine;
+    }
+    loaded = LoadScriptText(embedded, L"<embedded script>", plugin, &script, &error);
+  }
+  if (!loaded) {
     Fail(error);
     ReleaseStore(owned);
     FreeLibrary(plugin);
