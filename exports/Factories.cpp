@@ -7,6 +7,7 @@
 #include "engine/EventCommands.h"
 #include "engine/ForkCommand.h"
 #include "engine/JoinCommand.h"
+#include "services/ServiceCommands.h"
 
 #define COMMAND_FACTORY(Class) \
   extern "C" CInstallCommand* Get##Class() { return new (std::nothrow) Class(); }
@@ -17,3 +18,7 @@ COMMAND_FACTORY(CForkCommand)
 COMMAND_FACTORY(CJoinCommand)
 COMMAND_FACTORY(CSetEventCommand)
 COMMAND_FACTORY(CWaitForHandleCommand)
+COMMAND_FACTORY(CCreateServiceCommand)
+COMMAND_FACTORY(CStartServiceCommand)
+COMMAND_FACTORY(CStopServiceCommand)
+COMMAND_FACTORY(CUninstallServiceCommand)
