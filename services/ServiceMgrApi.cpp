@@ -109,6 +109,8 @@ bool CServiceMgrApi::InterogateServiceStatus(SC_HANDLE service, SERVICE_STATUS_P
 int32_t CServiceMgrApi::CreateWinService(const ServiceConfig* config, bool setFailureActions) {
   ScopedScHandle manager(OpenSCManagerW(nullptr, nullptr, kManagerAccess));
   if (!manager) {
+    // Nothing further can work without the manager, and going on would only put
+    // the error of a null handle in place of the real one.
     DWORD error = GetLastError();
     LogMessage(L"[CreateWinService] Error opening SCM, errCode : %d.\n", error);
     return static_cast<int32_t>(error);
