@@ -19,6 +19,7 @@
 #include "registry/RegKeyExistsCommand.h"
 #include "registry/RegSetValueCommand.h"
 #include "registry/VltRegSetLicenseCommand.h"
+#include "services/ServiceCommands.h"
 
 #define COMMAND_FACTORY(Class) \
   extern "C" CInstallCommand* Get##Class() { return new (std::nothrow) Class(); }
@@ -43,3 +44,7 @@ COMMAND_FACTORY(CRegGetValueCommand)
 COMMAND_FACTORY(CRegKeyExistsCommand)
 COMMAND_FACTORY(CRegSetValueCommand)
 COMMAND_FACTORY(CVltRegSetLicenseCommand)
+COMMAND_FACTORY(CCreateServiceCommand)
+COMMAND_FACTORY(CStartServiceCommand)
+COMMAND_FACTORY(CStopServiceCommand)
+COMMAND_FACTORY(CUninstallServiceCommand)
