@@ -25,14 +25,6 @@ class CopyCommandsTest : public FilesTest {
     CloseHandle(snapshot);
     return ids;
   }
-  static std::wstring Line(const wchar_t* format, ...) {
-    wchar_t text[512] = {};
-    va_list args;
-    va_start(args, format);
-    _vsnwprintf(text, 511, format, args);
-    va_end(args);
-    return text;
-  }
 };
 
 TEST_F(CopyCommandsTest, CopyDirExpandsBothPathsAndOverwritesUnlessTold) {
@@ -106,8 +98,8 @@ TEST_F(CopyCommandsTest, CopyFileForAllUsersRunsUnderTheExplorerTokenAndReverts)
   EXPECT_TRUE(static_cast<CCopyFileCommand*>(copy)->impersonated);
 
   std::vector<std::wstring> lines = log_->Lines();
-  EXPECT_TRUE(log_->Contains(Line(L"Found %d instances of explorer.exe", static_cast<int>(explorers.size()))));
-  for (DWORD id : explorers) EXPECT_TRUE(log_->Contains(Line(L"Opened process explorer.exe (pid %d)", id)));
+  EXPECT_TRUE(log_->Contains(L"Found " + std::to_wstring(explorers.size()) + L" instances of explorer.exe"));
+  for (DWORD id : explorers) EXPECT_TRUE(log_->Contains(L"Opened process explorer.exe (pid " + std::to_wstring(id) + L")"));
   std::vector<std::wstring> tail(lines.end() - 5, lines.end());
   std::vector<std::wstring> expected = {
       L"Opened process explorer.exe token", L"Impersionation as current user succesful!\n",
@@ -132,9 +124,9 @@ TEST_F(CopyCommandsTest, TheLastExplorerThatCanBeOpenedGivesTheToken) {
 
   HANDLE token = DuplicateExplorerToken({explorers[0], gone});
   EXPECT_NE(token, nullptr);
-  std::vector<std::wstring> expected = {Line(L"Opened process explorer.exe (pid %d)", explorers[0]),
+  std::vector<std::wstring> expected = {L"Opened process explorer.exe (pid " + std::to_wstring(explorers[0]) + L")",
                                         L"Opened process explorer.exe token",
-                                        Line(L"Cannot open process explorer.exe - pid %d (error %d)", gone, refused)};
+                                        L"Cannot open process explorer.exe - pid " + std::to_wstring(gone) + L" (error " + std::to_wstring(refused) + L")"};
   EXPECT_EQ(log_->Lines(), expected);
   CloseHandle(token);
 

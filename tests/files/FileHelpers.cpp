@@ -2,6 +2,8 @@
 
 #include <objbase.h>
 
+#include <gtest/gtest.h>
+
 #include <fstream>
 #include <iterator>
 
@@ -9,38 +11,35 @@
 
 namespace {
 
-std::wstring ExeFolder() {
-  wchar_t path[MAX_PATH] = {};
-  GetModuleFileNameW(nullptr, path, MAX_PATH);
-  std::wstring text = path;
-  return text.substr(0, text.find_last_of(L'\\') + 1);
-}
-
 std::wstring StripPrefix(const std::wstring& source) {
   return source.compare(0, 4, L"\\??\\") == 0 ? source.substr(4) : source;
 }
 
-bool Below(const std::wstring& source, const std::wstring& folder) {
-  std::wstring path = StripPrefix(source);
-  std::wstring bare = folder.substr(0, folder.size() - 1);
-  return _wcsnicmp(path.c_str(), folder.c_str(), folder.size()) == 0 || _wcsicmp(path.c_str(), bare.c_str()) == 0;
+bool Below(const std::wstring& source, std::wstring path) {
+  if (!path.empty() && path.back() == L'\\') path.pop_back();
+  std::wstring plain = StripPrefix(source);
+  return _wcsicmp(plain.c_str(), path.c_str()) == 0 ||
+         (plain.size() > path.size() && _wcsnicmp(plain.c_str(), path.c_str(), path.size()) == 0 &&
+          plain[path.size()] == L'\\');
 }
 
 }  // namespace
 
-FileHolder::~FileHolder() { End(); }
-
-void FileHolder::End() {
+FileHolder::~FileHolder() {
   if (process_ == nullptr) return;
   TerminateProcess(process_, 0);
   WaitForSingleObject(process_, 5000);
   CloseHandle(process_);
-  process_ = nullptr;
 }
 
-std::wstring FileHolder::ProgramPath() { return ExeFolder() + L"..\\files\\file_holder.exe"; }
+std::wstring FileHolder::ProgramPath() {
+  wchar_t path[MAX_PATH] = {};
+  GetModuleFileNameW(nullptr, path, MAX_PATH);
+  std::wstring self = path;
+  return self.substr(0, self.find_last_of(L'\\') + 1) + L"..\\files\\file_holder.exe";
+}
 
-bool FileHolder::Start(const std::wstring& exePath, const std::wstring& arguments) {
+std::unique_ptr<FileHolder> FileHolder::Start(const std::wstring& exePath, const std::wstring& arguments) {
   static LONG counter = 0;
   std::wstring eventName = L"Local\\file_holder_" + std::to_wstring(GetCurrentProcessId()) + L"_" +
                            std::to_wstring(InterlockedIncrement(&counter));
@@ -49,48 +48,40 @@ bool FileHolder::Start(const std::wstring& exePath, const std::wstring& argument
   STARTUPINFOW startup = {};
   startup.cb = sizeof(startup);
   PROCESS_INFORMATION process = {};
-  if (!CreateProcessW(nullptr, &commandLine[0], nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup, &process)) {
-    CloseHandle(ready);
-    return false;
+  std::unique_ptr<FileHolder> holder(new FileHolder());
+  if (CreateProcessW(nullptr, &commandLine[0], nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup, &process)) {
+    CloseHandle(process.hThread);
+    holder->process_ = process.hProcess;
+    HANDLE waits[2] = {ready, process.hProcess};
+    if (WaitForMultipleObjects(2, waits, FALSE, 10000) != WAIT_OBJECT_0) ADD_FAILURE() << "the child was not ready";
+  } else {
+    ADD_FAILURE() << "cannot start the child: " << GetLastError();
   }
-  CloseHandle(process.hThread);
-  process_ = process.hProcess;
-  HANDLE waits[2] = {ready, process_};
-  DWORD woken = WaitForMultipleObjects(2, waits, FALSE, 10000);
   CloseHandle(ready);
-  return woken == WAIT_OBJECT_0;
+  return holder;
 }
 
 std::unique_ptr<FileHolder> FileHolder::Hold(const std::wstring& path) {
-  std::unique_ptr<FileHolder> holder(new FileHolder());
-  if (!holder->Start(ProgramPath(), L"hold \"" + path + L"\"")) ADD_FAILURE() << "the holder did not start";
-  return holder;
+  return Start(ProgramPath(), L"hold \"" + path + L"\"");
 }
 
-std::unique_ptr<FileHolder> FileHolder::Run(const std::wstring& exePath) {
-  std::unique_ptr<FileHolder> holder(new FileHolder());
-  if (!holder->Start(exePath, L"run")) ADD_FAILURE() << "the copied program did not start";
-  return holder;
-}
+std::unique_ptr<FileHolder> FileHolder::Run(const std::wstring& exePath) { return Start(exePath, L"run"); }
 
 std::vector<PendingRename> PendingRenames() {
   std::vector<PendingRename> list;
   HKEY key = nullptr;
   if (RegOpenKeyExW(HKEY_LOCAL_MACHINE, kSessionManagerKey, 0, KEY_READ, &key) != ERROR_SUCCESS) return list;
   DWORD size = 0;
-  if (RegQueryValueExW(key, kPendingRenameValue, nullptr, nullptr, nullptr, &size) == ERROR_SUCCESS && size > 0) {
-    std::vector<wchar_t> data(size / sizeof(wchar_t) + 2, L'\0');
-    if (RegQueryValueExW(key, kPendingRenameValue, nullptr, nullptr, reinterpret_cast<BYTE*>(data.data()), &size) ==
-        ERROR_SUCCESS) {
-      const wchar_t* cursor = data.data();
-      const wchar_t* end = data.data() + size / sizeof(wchar_t);
-      while (cursor < end && *cursor != L'\0') {
-        std::wstring source = cursor;
-        cursor += source.size() + 1;
-        std::wstring target = cursor;
-        cursor += target.size() + 1;
-        list.emplace_back(source, target);
-      }
+  RegQueryValueExW(key, kPendingRenameValue, nullptr, nullptr, nullptr, &size);
+  std::vector<wchar_t> data(size / sizeof(wchar_t) + 3, L'\0');
+  if (size > 0 && RegQueryValueExW(key, kPendingRenameValue, nullptr, nullptr, reinterpret_cast<BYTE*>(data.data()),
+                                   &size) == ERROR_SUCCESS) {
+    for (const wchar_t* cursor = data.data(); *cursor != L'\0';) {
+      std::wstring source = cursor;
+      cursor += source.size() + 1;
+      std::wstring target = cursor;
+      cursor += target.size() + 1;
+      list.emplace_back(source, target);
     }
   }
   RegCloseKey(key);
@@ -99,58 +90,44 @@ std::vector<PendingRename> PendingRenames() {
 
 void SetPendingRenames(const std::vector<PendingRename>& list) {
   std::wstring data;
-  for (const PendingRename& pair : list) {
-    data += pair.first;
-    data.push_back(L'\0');
-    data += pair.second;
-    data.push_back(L'\0');
-  }
+  for (const PendingRename& pair : list) data += pair.first + L'\0' + pair.second + L'\0';
   HKEY key = nullptr;
   if (RegOpenKeyExW(HKEY_LOCAL_MACHINE, kSessionManagerKey, 0, KEY_SET_VALUE, &key) != ERROR_SUCCESS) return;
   if (data.empty()) {
     // Wine's MoveFileExW mis-appends to a value of no data, cutting the first
     // character off the entry it adds: an empty list is written as no value.
     RegDeleteValueW(key, kPendingRenameValue);
-    RegCloseKey(key);
-    return;
+  } else {
+    data.push_back(L'\0');
+    RegSetValueExW(key, kPendingRenameValue, 0, REG_MULTI_SZ, reinterpret_cast<const BYTE*>(data.data()),
+                   static_cast<DWORD>(data.size() * sizeof(wchar_t)));
   }
-  data.push_back(L'\0');
-  RegSetValueExW(key, kPendingRenameValue, 0, REG_MULTI_SZ, reinterpret_cast<const BYTE*>(data.data()),
-                 static_cast<DWORD>(data.size() * sizeof(wchar_t)));
   RegCloseKey(key);
 }
 
-void ForgetPendingRenames(const std::wstring& folder) {
-  std::vector<PendingRename> list = PendingRenames();
-  std::vector<PendingRename> kept;
-  for (const PendingRename& pair : list) {
-    if (!Below(pair.first, folder)) kept.push_back(pair);
-  }
-  if (kept.size() != list.size()) SetPendingRenames(kept);
-}
-
-void ForgetPendingRename(const std::wstring& path) {
-  std::vector<PendingRename> list = PendingRenames();
-  std::vector<PendingRename> kept;
-  for (const PendingRename& pair : list) {
-    if (_wcsicmp(StripPrefix(pair.first).c_str(), path.c_str()) != 0) kept.push_back(pair);
-  }
-  if (kept.size() != list.size()) SetPendingRenames(kept);
-}
-
-bool QueuedForDeletion(const std::wstring& path) {
-  for (const PendingRename& pair : PendingRenames()) {
-    if (pair.second.empty() && _wcsicmp(StripPrefix(pair.first).c_str(), path.c_str()) == 0) return true;
-  }
-  return false;
-}
-
-std::vector<std::wstring> QueuedUnder(const std::wstring& folder) {
+std::vector<std::wstring> QueuedUnder(const std::wstring& path) {
   std::vector<std::wstring> sources;
   for (const PendingRename& pair : PendingRenames()) {
-    if (Below(pair.first, folder)) sources.push_back(StripPrefix(pair.first));
+    if (Below(pair.first, path)) sources.push_back(StripPrefix(pair.first));
   }
   return sources;
+}
+
+void ForgetPendingRenames(const std::wstring& path) {
+  std::vector<PendingRename> list = PendingRenames();
+  std::vector<PendingRename> kept;
+  for (const PendingRename& pair : list) {
+    if (!Below(pair.first, path)) kept.push_back(pair);
+  }
+  if (kept.size() != list.size()) SetPendingRenames(kept);
+}
+
+std::wstring MovedTo(const std::wstring& log) {
+  size_t line = log.find(L"CDeleteFileCommand MoveFile ");
+  size_t to = log.find(L" to ", line);
+  size_t res = log.find(L" res = ", to);
+  if (line == std::wstring::npos || to == std::wstring::npos || res == std::wstring::npos) return L"";
+  return log.substr(to + 4, res - to - 4);
 }
 
 void RemoveTree(const std::wstring& path) {
@@ -161,8 +138,8 @@ void RemoveTree(const std::wstring& path) {
   if (search != INVALID_HANDLE_VALUE) {
     do {
       std::wstring name = found.cFileName;
-      if (name == L"." || name == L"..") continue;
       std::wstring child = bare + L"\\" + name;
+      if (name == L"." || name == L"..") continue;
       if (found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) {
         RemoveTree(child);
       } else {
@@ -204,4 +181,3 @@ std::wstring NewTempFolder(const wchar_t* stem) {
   CreateDirectoryW(folder.c_str(), nullptr);
   return folder;
 }
-

@@ -1,6 +1,6 @@
 // Helpers of the file command tests, for the plug-in tests and the script tests
 // alike: child processes that keep files in use, the system's pending rename
-// list, read and cleaned of what a test queued, and plain file chores.
+// list, and plain file chores.
 #pragma once
 
 #include <windows.h>
@@ -10,10 +10,8 @@
 #include <utility>
 #include <vector>
 
-#include <gtest/gtest.h>
-
-// A file_holder.exe child. Start waits (at most 10 s) until the child is ready;
-// the destructor ends it and waits for it (at most 5 s).
+// A file_holder.exe child, ready when made (at most 10 s); ended and waited for
+// (at most 5 s) when destroyed.
 class FileHolder {
  public:
   ~FileHolder();
@@ -23,10 +21,9 @@ class FileHolder {
   static std::unique_ptr<FileHolder> Run(const std::wstring& exePath);
   // The holder program built beside the tests.
   static std::wstring ProgramPath();
-  void End();
 
  private:
-  bool Start(const std::wstring& exePath, const std::wstring& arguments);
+  static std::unique_ptr<FileHolder> Start(const std::wstring& exePath, const std::wstring& arguments);
   HANDLE process_ = nullptr;
 };
 
@@ -36,15 +33,14 @@ typedef std::pair<std::wstring, std::wstring> PendingRename;
 std::vector<PendingRename> PendingRenames();
 // Writes the list back; an empty list removes the value.
 void SetPendingRenames(const std::vector<PendingRename>& list);
-// Drops every pair whose source lies under folder (which ends in a backslash) or
-// is the folder itself; the list is left alone when nothing matches.
-void ForgetPendingRenames(const std::wstring& folder);
-// Drops the pairs whose source is exactly path (a DOS path).
-void ForgetPendingRename(const std::wstring& path);
-// True when the list queues path (a DOS path) for deletion.
-bool QueuedForDeletion(const std::wstring& path);
-// The list's sources under folder, in list order.
-std::vector<std::wstring> QueuedUnder(const std::wstring& folder);
+// The sources, without their prefix, that are path or lie below it, in list order.
+std::vector<std::wstring> QueuedUnder(const std::wstring& path);
+// Drops those pairs from the list.
+void ForgetPendingRenames(const std::wstring& path);
+
+// Where DeleteFile moved a file aside: the target of its line
+// "CDeleteFileCommand MoveFile <source> to <target> res = <n>" in log, or "".
+std::wstring MovedTo(const std::wstring& log);
 
 // Removes a tree, read-only files included; for clean-up only.
 void RemoveTree(const std::wstring& path);
@@ -56,4 +52,3 @@ void WriteAll(const std::wstring& path, const std::string& content);
 std::wstring TempFolder();
 // A new folder under %TEMP% named after stem and a GUID, with a trailing backslash.
 std::wstring NewTempFolder(const wchar_t* stem);
-

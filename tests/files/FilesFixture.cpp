@@ -15,7 +15,7 @@ void FilesTest::TearDown() {
   holders_.clear();
   ForgetPendingRenames(folder_);
   for (const std::wstring& stray : strays_) {
-    ForgetPendingRename(stray);
+    ForgetPendingRenames(stray);
     SetFileAttributesW(stray.c_str(), FILE_ATTRIBUTE_NORMAL);
     DeleteFileW(stray.c_str());
   }
@@ -29,4 +29,10 @@ void FilesTest::SetString(const char* name, const std::wstring& value) {
 
 void FilesTest::SetInt(const char* name, int64_t value) {
   VariableStore::Instance().Put(name, static_cast<StoreValue>(value));
+}
+
+std::wstring FilesTest::LogText() {
+  std::wstring text;
+  for (const std::wstring& line : log_->Lines()) text += line;
+  return text;
 }

@@ -22,6 +22,8 @@ class FilesTest : public PluginTest {
   // folder_ + relative.
   std::wstring At(const std::wstring& relative) const { return folder_ + relative; }
   int32_t Run(CInstallCommand* command) { return command->Execute(INVALID_HANDLE_VALUE, &storeLock_); }
+  // All lines logged so far, joined.
+  std::wstring LogText();
 
   // The test's folder, with a trailing backslash.
   std::wstring folder_;

@@ -11,16 +11,6 @@ class RemoveCommandsTest : public FilesTest {
     SetString("String_Work", folder_);
   }
   StoreValue Get(const char* name) { return VariableStore::Instance().Get(name); }
-  // The target of "CDeleteFileCommand MoveFile <source> to <target> res = <n>".
-  std::wstring MovedTo() {
-    for (const std::wstring& line : log_->Lines()) {
-      if (line.compare(0, 28, L"CDeleteFileCommand MoveFile ") != 0) continue;
-      size_t to = line.find(L" to ");
-      size_t res = line.rfind(L" res = ");
-      if (to != std::wstring::npos && res != std::wstring::npos) return line.substr(to + 4, res - to - 4);
-    }
-    return L"";
-  }
   // Runs a command on another thread while this one holds its lock.
   int32_t RunWhileLocked(CInstallCommand* command) {
     EnterCriticalSection(&command->lock);
@@ -83,18 +73,6 @@ TEST_F(RemoveCommandsTest, DeleteFileRemovesReadOnlyFilesAndLogsEveryStep) {
   EXPECT_FALSE(remove->executed);
 }
 
-TEST_F(RemoveCommandsTest, DeleteFileOfAMissingFileRenamesNothing) {
-  CInstallCommand* remove = Add(L"<DeleteFile index='1' pathFile='[Work]none.dll' renameFile='1'/>");
-  CInstallCommand* noDir = Add(L"<DeleteFile index='2' pathFile='[Work]no\\none.dll' renameFile='1'/>");
-  EXPECT_EQ(Run(remove), 0);
-  EXPECT_EQ(Run(noDir), 0);
-  std::vector<std::wstring> lines = log_->Lines();
-  ASSERT_EQ(lines.size(), 10u);
-  EXPECT_EQ(lines[3], L"DeleteFile error: 2\n");
-  EXPECT_EQ(lines[8], L"DeleteFile error: 3\n");
-  EXPECT_EQ(lines[9], L"Finished delete file\n");
-}
-
 TEST_F(RemoveCommandsTest, DeleteFileMovesARunningProgramAsideAndQueuesIt) {
   // A running program cannot be deleted, but it can be renamed.
   std::wstring program = At(L"app.exe");
@@ -102,14 +80,14 @@ TEST_F(RemoveCommandsTest, DeleteFileMovesARunningProgramAsideAndQueuesIt) {
   holders_.push_back(FileHolder::Run(program));
   CInstallCommand* remove = Add(L"<DeleteFile index='1' pathFile='[Work]app.exe' renameFile='1'/>");
   EXPECT_EQ(Run(remove), 0);
-  std::wstring moved = MovedTo();
+  std::wstring moved = MovedTo(LogText());
   ASSERT_FALSE(moved.empty());
   strays_.push_back(moved);
   EXPECT_FALSE(Exists(program)) << "its place is free at once";
   EXPECT_TRUE(Exists(moved));
   EXPECT_EQ(_wcsnicmp(moved.c_str(), TempFolder().c_str(), TempFolder().size()), 0) << "moved to %TEMP%";
   EXPECT_EQ(_wcsnicmp(moved.c_str() + TempFolder().size(), L"app", 3), 0) << "named after the file";
-  EXPECT_TRUE(QueuedForDeletion(moved));
+  EXPECT_FALSE(QueuedUnder(moved).empty());
   std::vector<std::wstring> expected = {
       L"Executing DeleteFile command\n",
       L"Rough path file: [Work]app.exe\n",
@@ -128,13 +106,13 @@ TEST_F(RemoveCommandsTest, DeleteFileOfAnOpenFileQueuesOnlyThePlaceholder) {
   CInstallCommand* remove = Add(L"<DeleteFile index='1' pathFile='[Work]data.bin' renameFile='1'/>");
   CInstallCommand* noRename = Add(L"<DeleteFile index='2' pathFile='[Work]data.bin' renameFile='2'/>");
   EXPECT_EQ(Run(remove), 0);
-  std::wstring placeholder = MovedTo();
+  std::wstring placeholder = MovedTo(LogText());
   ASSERT_FALSE(placeholder.empty());
   strays_.push_back(placeholder);
   EXPECT_EQ(ReadAll(locked), "in use") << "a file open without delete sharing cannot be renamed either";
   EXPECT_TRUE(Exists(placeholder));
-  EXPECT_TRUE(QueuedForDeletion(placeholder));
-  EXPECT_FALSE(QueuedForDeletion(locked));
+  EXPECT_FALSE(QueuedUnder(placeholder).empty());
+  EXPECT_TRUE(QueuedUnder(locked).empty());
   std::vector<std::wstring> lines = log_->Lines();
   ASSERT_EQ(lines.size(), 7u);
   EXPECT_EQ(lines[3], L"DeleteFile error: 32\n");
@@ -148,15 +126,20 @@ TEST_F(RemoveCommandsTest, DeleteFileOfAnOpenFileQueuesOnlyThePlaceholder) {
   EXPECT_EQ(lines[11], L"Finished delete file\n");
 }
 
-TEST_F(RemoveCommandsTest, DeleteFileWithAnUnknownVariableCallsTheSystemWithNoPath) {
-  CInstallCommand* remove = Add(L"<DeleteFile index='1' pathFile='[Work][Nowhere]' renameFile='1'/>");
-  EXPECT_EQ(Run(remove), 0);
+TEST_F(RemoveCommandsTest, DeleteFileOfNothingRenamesNothing) {
+  CInstallCommand* missing = Add(L"<DeleteFile index='1' pathFile='[Work]none.dll' renameFile='1'/>");
+  CInstallCommand* noDir = Add(L"<DeleteFile index='2' pathFile='[Work]no\\none.dll' renameFile='1'/>");
+  // A path that fails to expand reaches the system as no path at all.
+  CInstallCommand* unknown = Add(L"<DeleteFile index='3' pathFile='[Work][Nowhere]' renameFile='1'/>");
+  for (CInstallCommand* command : {missing, noDir, unknown}) EXPECT_EQ(Run(command), 0);
   std::vector<std::wstring> lines = log_->Lines();
-  ASSERT_EQ(lines.size(), 6u);
-  EXPECT_EQ(lines[2], L"ExpandVariables: No variable 'String_Nowhere' could be found.\n");
-  EXPECT_EQ(lines[3], L"Preparing to delete file (null) \n");
-  EXPECT_EQ(lines[4].compare(0, 18, L"DeleteFile error: "), 0) << "the system's answer to no path";
-  EXPECT_EQ(lines[5], L"Finished delete file\n");
+  ASSERT_EQ(lines.size(), 16u) << "no MoveFile lines";
+  EXPECT_EQ(lines[3], L"DeleteFile error: 2\n");
+  EXPECT_EQ(lines[8], L"DeleteFile error: 3\n");
+  EXPECT_EQ(lines[12], L"ExpandVariables: No variable 'String_Nowhere' could be found.\n");
+  EXPECT_EQ(lines[13], L"Preparing to delete file (null) \n");
+  EXPECT_EQ(lines[14].compare(0, 18, L"DeleteFile error: "), 0);
+  EXPECT_EQ(lines[15], L"Finished delete file\n");
 }
 
 TEST_F(RemoveCommandsTest, RmdirLogsThePathThreeTimesAndSkipsWhatItIsTold) {
@@ -208,14 +191,4 @@ TEST_F(RemoveCommandsTest, RmdirFlagsChooseBetweenNowAndTheNextBoot) {
   EXPECT_TRUE(Exists(At(L"full\\a.txt")));
   EXPECT_FALSE(Exists(At(L"empty")));
   EXPECT_TRUE(Exists(At(L"locked\\sub\\a.txt")));
-}
-
-TEST_F(RemoveCommandsTest, RmdirNeedsPathAndRecursive) {
-  int32_t status = -1;
-  CInstallCommand* command = CreateCommand(L"<Rmdir path='C:\\x'/>", &status);
-  EXPECT_EQ(status, 1);
-  if (command != nullptr) command->Free();
-  command = CreateCommand(L"<Rmdir recursive='1'/>", &status);
-  EXPECT_EQ(status, 1);
-  if (command != nullptr) command->Free();
 }

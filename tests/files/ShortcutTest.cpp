@@ -22,32 +22,25 @@ struct LinkInfo {
 LinkInfo ReadLink(const std::wstring& file) {
   LinkInfo info;
   IShellLinkW* link = nullptr;
-  if (FAILED(CoCreateInstance(CLSID_ShellLink, nullptr, CLSCTX_INPROC_SERVER, IID_IShellLinkW,
-                              reinterpret_cast<void**>(&link)))) {
-    return info;
-  }
   IPersistFile* persist = nullptr;
-  if (SUCCEEDED(link->QueryInterface(IID_IPersistFile, reinterpret_cast<void**>(&persist)))) {
-    if (SUCCEEDED(persist->Load(file.c_str(), STGM_READ))) {
-      info.loaded = true;
-      wchar_t text[1024] = {};
-      link->GetPath(text, 1024, nullptr, SLGP_RAWPATH);
-      info.path = text;
-      text[0] = 0;
-      link->GetArguments(text, 1024);
-      info.arguments = text;
-      text[0] = 0;
-      link->GetDescription(text, 1024);
-      info.description = text;
-      text[0] = 0;
-      link->GetWorkingDirectory(text, 1024);
-      info.workingDirectory = text;
-      text[0] = 0;
-      link->GetIconLocation(text, 1024, &info.iconIndex);
-      info.iconPath = text;
-    }
-    persist->Release();
+  CoCreateInstance(CLSID_ShellLink, nullptr, CLSCTX_INPROC_SERVER, IID_IShellLinkW, reinterpret_cast<void**>(&link));
+  if (link == nullptr) return info;
+  link->QueryInterface(IID_IPersistFile, reinterpret_cast<void**>(&persist));
+  info.loaded = persist != nullptr && SUCCEEDED(persist->Load(file.c_str(), STGM_READ));
+  if (info.loaded) {
+    wchar_t text[5][1024] = {};
+    link->GetPath(text[0], 1024, nullptr, SLGP_RAWPATH);
+    link->GetArguments(text[1], 1024);
+    link->GetDescription(text[2], 1024);
+    link->GetWorkingDirectory(text[3], 1024);
+    link->GetIconLocation(text[4], 1024, &info.iconIndex);
+    info.path = text[0];
+    info.arguments = text[1];
+    info.description = text[2];
+    info.workingDirectory = text[3];
+    info.iconPath = text[4];
   }
+  if (persist != nullptr) persist->Release();
   link->Release();
   return info;
 }
