@@ -44,7 +44,8 @@ TEST_F(CopyCommandsTest, CopyDirExpandsBothPathsAndOverwritesUnlessTold) {
   std::vector<std::wstring> first(lines.begin(), lines.begin() + 5);
   std::vector<std::wstring> expected = {
       L"Executing CopyDir command\n", L"Rough source dir: [Work]src\\\n", L"Rough destination dir: [Work]kept\\\n",
-      L"Preparing to copy directory " + At(L"src\\") + L" to " + At(L"kept\\") + L"\n", L"Finished copying directory\n"};
+      L"Preparing to copy directory " + At(L"src\\") + L" to " + At(L"kept\\") + L"\n",
+      L"Finished copying directory\n"};
   EXPECT_EQ(first, expected);
   EXPECT_EQ(lines.size(), 10u) << "no guard: no end line, and nothing marks it executed";
   EXPECT_FALSE(keep->executed);
@@ -99,7 +100,9 @@ TEST_F(CopyCommandsTest, CopyFileForAllUsersRunsUnderTheExplorerTokenAndReverts)
 
   std::vector<std::wstring> lines = log_->Lines();
   EXPECT_TRUE(log_->Contains(L"Found " + std::to_wstring(explorers.size()) + L" instances of explorer.exe"));
-  for (DWORD id : explorers) EXPECT_TRUE(log_->Contains(L"Opened process explorer.exe (pid " + std::to_wstring(id) + L")"));
+  for (DWORD id : explorers) {
+    EXPECT_TRUE(log_->Contains(L"Opened process explorer.exe (pid " + std::to_wstring(id) + L")"));
+  }
   std::vector<std::wstring> tail(lines.end() - 5, lines.end());
   std::vector<std::wstring> expected = {
       L"Opened process explorer.exe token", L"Impersionation as current user succesful!\n",
@@ -126,7 +129,8 @@ TEST_F(CopyCommandsTest, TheLastExplorerThatCanBeOpenedGivesTheToken) {
   EXPECT_NE(token, nullptr);
   std::vector<std::wstring> expected = {L"Opened process explorer.exe (pid " + std::to_wstring(explorers[0]) + L")",
                                         L"Opened process explorer.exe token",
-                                        L"Cannot open process explorer.exe - pid " + std::to_wstring(gone) + L" (error " + std::to_wstring(refused) + L")"};
+                                        L"Cannot open process explorer.exe - pid " + std::to_wstring(gone) +
+                                            L" (error " + std::to_wstring(refused) + L")"};
   EXPECT_EQ(log_->Lines(), expected);
   CloseHandle(token);
 

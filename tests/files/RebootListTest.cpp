@@ -50,6 +50,8 @@ void RebootListTest::Queue() {
   CreateDirectoryW(root.c_str(), nullptr);
   VariableStore::Instance().Put("String_Root", reinterpret_cast<StoreValue>(MakeString(root.c_str())));
   WriteAll(root + L"gone\\a.txt", "a");
+  // Not read-only: Wine's restart leaves a queued read-only file in place, and
+  // with it the folders above it.
   WriteAll(root + L"gone\\d\\e.txt", "e");
   WriteAll(root + L"kept\\a.txt", "a");
   WriteAll(root + L"kept\\sub\\b.txt", "b");

@@ -42,7 +42,8 @@ TEST_F(TreeWalkersTest, CopyTreeNeedsTrailingBackslashesAndStopsAtTheFirstFailur
   EXPECT_FALSE(Exists(At(L"plain\\a.txt")));
 
   // The target directory is made before the source is listed.
-  EXPECT_EQ(CopyTree(At(L"missing\\").c_str(), At(L"empty\\").c_str(), true), static_cast<uint32_t>(ERROR_PATH_NOT_FOUND));
+  EXPECT_EQ(CopyTree(At(L"missing\\").c_str(), At(L"empty\\").c_str(), true),
+            static_cast<uint32_t>(ERROR_PATH_NOT_FOUND));
   EXPECT_TRUE(Exists(At(L"empty")));
   // No parents are made for the target.
   EXPECT_EQ(CopyTree(source.c_str(), At(L"no\\parent\\").c_str(), true), static_cast<uint32_t>(ERROR_PATH_NOT_FOUND));

@@ -92,7 +92,8 @@ TEST_F(FilesScriptTest, ScriptCopiesMakesRemovesDefersAndLinks) {
       "7: Shortcut Begin execute.\n",
       "Shortcut Demo.lnk was created succesufully\n[InstallCommand] Warning: GetNextIndex called before Execute\n"
       "7: Shortcut End execute. Next command 8.\n",
-      "8: Write IE ADS for " + work + "tool.exe\n8: WriteIEADS End execute. Next command 0.\n[Main] Reached end command.\n"};
+      "8: Write IE ADS for " + work +
+          "tool.exe\n8: WriteIEADS End execute. Next command 0.\n[Main] Reached end command.\n"};
   for (const std::string& part : expected) EXPECT_TRUE(Has(run.err, part)) << part << "\n---\n" << run.err;
 
   EXPECT_EQ(ReadAll(At(L"copy\\a.txt")), "a");
