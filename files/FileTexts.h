@@ -14,6 +14,7 @@ namespace filetext {
 constexpr const wchar_t* kCreateDirTag = L"CreateDir";
 constexpr const wchar_t* kRmdirTag = L"Rmdir";
 constexpr const wchar_t* kShortcutTag = L"Shortcut";
+constexpr const wchar_t* kUndoMoveFileExTag = L"UndoMoveFileEx";
 constexpr const wchar_t* kShortcutGuardTag = L"Exec";  // the busy line of Shortcut names "Exec"
 constexpr const wchar_t* kWriteIEADSTag = L"WriteIEADS";
 constexpr const wchar_t* kDeleteFileClass = L"CDeleteFileCommand";

@@ -50,7 +50,7 @@ int64_t FilterPendingList(const wchar_t* list, size_t sizeBytes, const wchar_t* 
 
 int32_t CUndoMoveFileExCommand::Execute(HANDLE, CRITICAL_SECTION*) {
   using namespace filetext;
-  if (!EnterGuard(L"UndoMoveFileEx")) return kStatusBusy;
+  if (!EnterGuard(kUndoMoveFileExTag)) return kStatusBusy;
   if (path != nullptr) ReplaceIfExpanded(&path);
   LogMessage(kUndoBegin, index);
 
@@ -92,5 +92,5 @@ int32_t CUndoMoveFileExCommand::Execute(HANDLE, CRITICAL_SECTION*) {
   if (key != nullptr) RegCloseKey(key);
   free(list);
   free(output);
-  return FinishExecute(L"UndoMoveFileEx", kStatusOk);
+  return FinishExecute(kUndoMoveFileExTag, kStatusOk);
 }
