@@ -20,6 +20,14 @@
 #include "registry/RegSetValueCommand.h"
 #include "registry/VltRegSetLicenseCommand.h"
 #include "services/ServiceCommands.h"
+#include "files/CopyDirCommand.h"
+#include "files/CopyFileCommand.h"
+#include "files/CreateDirCommand.h"
+#include "files/DeleteFileCommand.h"
+#include "files/RmdirCommand.h"
+#include "files/ShortcutCommand.h"
+#include "files/UndoMoveFileExCommand.h"
+#include "files/WriteIEADSCommand.h"
 
 #define COMMAND_FACTORY(Class) \
   extern "C" CInstallCommand* Get##Class() { return new (std::nothrow) Class(); }
@@ -48,3 +56,11 @@ COMMAND_FACTORY(CCreateServiceCommand)
 COMMAND_FACTORY(CStartServiceCommand)
 COMMAND_FACTORY(CStopServiceCommand)
 COMMAND_FACTORY(CUninstallServiceCommand)
+COMMAND_FACTORY(CCopyDirCommand)
+COMMAND_FACTORY(CCopyFileCommand)
+COMMAND_FACTORY(CCreateDirCommand)
+COMMAND_FACTORY(CDeleteFileCommand)
+COMMAND_FACTORY(CRmdirCommand)
+COMMAND_FACTORY(CShortcutCommand)
+COMMAND_FACTORY(CUndoMoveFileExCommand)
+COMMAND_FACTORY(CWriteIEADSCommand)
