@@ -57,6 +57,22 @@ void CTeeLogger::StartThreadLog(const wchar_t* description, bool isMain) {
 
 void CTeeLogger::SetLogKey(const char* key) { inner_->SetLogKey(key); }
 
+uint32_t CAutoAnswerMessageBox::ShowMessage(const wchar_t* text, const wchar_t* title, uint32_t buttons,
+                                           uint32_t icon, uintptr_t, uintptr_t) {
+  std::wstring line = L"Installer: message box '" + std::wstring(title != nullptr ? title : L"") + L"': " +
+                      (text != nullptr ? text : L"") + L" (buttons " + std::to_wstring(buttons) + L", icon " +
+                      std::to_wstring(icon) + L", answered " + std::to_wstring(answer_) + L")\n";
+  int bytes = WideCharToMultiByte(CP_UTF8, 0, line.c_str(), -1, nullptr, 0, nullptr, nullptr);
+  std::string narrow(bytes > 0 ? bytes - 1 : 0, '\0');
+  if (bytes > 1) WideCharToMultiByte(CP_UTF8, 0, line.c_str(), -1, &narrow[0], bytes, nullptr, nullptr);
+  fwrite(narrow.data(), 1, narrow.size(), stderr);
+  fflush(stderr);
+  HostLog(L"%s", line.c_str() + 11);
+  return answer_;
+}
+
+void CAutoAnswerMessageBox::SetDefaultParent(uintptr_t) {}
+
 void HostLog(const wchar_t* format, ...) {
   ILoggerApi* logger = reinterpret_cast<ILoggerApi*>(VariableStore::Instance().Get("SelfFree_LoggerApi"));
   if (logger == nullptr) return;

@@ -4,11 +4,13 @@
 
 #include <windows.h>
 
+#include <cstdint>
 #include <deque>
 #include <string>
 
 #include "engine/HostInterfaces.h"
 #include "engine/Log.h"
+#include "frontend/MessageBoxProvider.h"
 
 // The reference engine's scripts are plain text, so Decrypt gives the text back.
 // Each result is a copy that the decrypter keeps until it is freed, because a
@@ -58,6 +60,21 @@ class CTeeLogger : public ILoggerApi {
  private:
   ILoggerApi* trace_;
   ILoggerApi* inner_;
+};
+
+// The message box provider of runs without a desktop: the message goes to
+// standard error and the log, and the preset answer comes back at once.
+class CAutoAnswerMessageBox : public IMessageBoxProvider {
+ public:
+  explicit CAutoAnswerMessageBox(uint32_t answer) : answer_(answer) {}
+  uint32_t ShowMessage(const wchar_t* text, const wchar_t* title, uint32_t buttons, uint32_t icon, uintptr_t owner,
+                       uintptr_t reserved) override;
+  void SetDefaultParent(uintptr_t window) override;
+
+  SELFFREE_DESTRUCTOR(CAutoAnswerMessageBox)
+
+ private:
+  uint32_t answer_;
 };
 
 // The engine's own lines (its walk) go to the logger in the store, like the

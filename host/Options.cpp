@@ -3,16 +3,20 @@
 #include <cwctype>
 
 const wchar_t kUsage[] =
-    L"Usage: Installer.exe [options] <script.xml> [script switches]\n"
+    L"Usage: Installer.exe [options] [<script.xml>] [script switches]\n"
     L"\n"
     L"Runs an install script: each element of its <commands> is created by the\n"
-    L"plug-in library and the commands are walked by index.\n"
+    L"plug-in library and the commands are walked by index. Without a script the\n"
+    L"script the plug-in library carries is run.\n"
     L"\n"
     L"Options:\n"
     L"  /plugin=<path>        plug-in library (default: InstallCommands.dll beside Installer.exe)\n"
     L"  /set:<name>=<value>   preset an int_ or String_ variable before the run; repeatable,\n"
     L"                        and it wins over the script's <variables>\n"
     L"  /trace                print every log line to standard error\n"
+    L"  /autoanswer[=<code>]  for runs without a desktop: messages are printed, not shown, and\n"
+    L"                        answered with <code> (0 OK, 1 Cancel, 2 Retry, 3 Yes, 4 No, ...;\n"
+    L"                        default 0)\n"
     L"  /langdll=<path>       resource module published as HMODULE_LangDll\n"
     L"  /languages            after the run, list the languages of SelfFree_MultiLanguageApi\n"
     L"                        (waiting for the online language file)\n"
@@ -46,6 +50,10 @@ bool ParseOptions(const std::vector<std::wstring>& arguments, HostOptions* optio
       options->help = true;
     } else if (StartsWithNoCase(argument, L"/trace") && argument.size() == 6) {
       options->trace = true;
+    } else if (StartsWithNoCase(argument, L"/autoanswer") &&
+               (argument.size() == 11 || argument[11] == L'=')) {
+      options->autoAnswer = true;
+      if (argument.size() > 12) options->answer = static_cast<uint32_t>(wcstoul(argument.c_str() + 12, nullptr, 0));
     } else if (StartsWithNoCase(argument, L"/plugin=")) {
       options->plugin = argument.substr(8);
       if (options->plugin.empty()) {
@@ -83,10 +91,6 @@ bool ParseOptions(const std::vector<std::wstring>& arguments, HostOptions* optio
     } else if (!argument.empty() && argument[0] != L'/' && options->script.empty()) {
       options->script = argument;
     }
-  }
-  if (!options->help && options->script.empty()) {
-    *error = L"no script given";
-    return false;
   }
   return true;
 }

@@ -1,6 +1,7 @@
 // The reference engine's command line.
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <utility>
 #include <vector>
@@ -10,6 +11,8 @@ struct HostOptions {
   std::wstring plugin;  // empty: InstallCommands.dll beside Installer.exe
   std::vector<std::pair<std::wstring, std::wstring>> presets;  // /set:name=value
   bool trace = false;
+  bool autoAnswer = false;  // /autoanswer[=<code>]
+  uint32_t answer = 0;
   bool help = false;
   // After the walk, standing in for the front end's language dialog: list the
   // languages (waiting for the online list), select one, print the texts.

@@ -181,38 +181,74 @@ void FreeCommands(CommandMap* commands) {
   delete commands;
 }
 
+namespace {
+
+// Loads the document from a file (text null) or from text, and says why not.
+bool LoadDocument(const std::wstring& path, const std::wstring* text, ComRef<IXMLDOMDocument>* document,
+                  std::wstring* error) {
+  HRESULT hr = CoCreateInstance(kClsidDomDocument30, nullptr, CLSCTX_INPROC_SERVER, kIidXmlDomDocument,
+                                reinterpret_cast<void**>(document->Out()));
+  if (FAILED(hr)) {
+    wchar_t code[16];
+    swprintf_s(code, 16, L"0x%08lX", static_cast<unsigned long>(hr));
+    *error = L"cannot create the MSXML 3.0 document (error " + std::wstring(code) + L")";
+    return false;
+  }
+  (*document)->put_async(VARIANT_FALSE);
+  VARIANT_BOOL loaded = VARIANT_FALSE;
+  if (text != nullptr) {
+    Bstr xml(text->c_str());
+    hr = (*document)->loadXML(xml, &loaded);
+  } else {
+    VARIANT source;
+    VariantInit(&source);
+    source.vt = VT_BSTR;
+    source.bstrVal = SysAllocString(path.c_str());
+    hr = (*document)->load(source, &loaded);
+    VariantClear(&source);
+  }
+  if (hr == S_OK && loaded == VARIANT_TRUE) return true;
+  std::wstring reason;
+  ComRef<IXMLDOMParseError> parseError;
+  if ((*document)->get_parseError(parseError.Out()) == S_OK && parseError.Get() != nullptr) {
+    Bstr why;
+    long line = 0;
+    parseError->get_reason(why.Out());
+    parseError->get_line(&line);
+    reason = why.Str();
+    while (!reason.empty() && (reason.back() == L'\n' || reason.back() == L'\r')) reason.pop_back();
+    if (line > 0) reason += L" at line " + std::to_wstring(line);
+  }
+  *error = L"script '" + path + L"' cannot be read as XML" + (reason.empty() ? L"" : L": " + reason);
+  return false;
+}
+
+bool ReadScript(const std::wstring& path, IXMLDOMDocument* document, HMODULE plugin, LoadedScript* script,
+                std::wstring* error);
+
+}  // namespace
+
 bool LoadScript(const std::wstring& path, HMODULE plugin, LoadedScript* script, std::wstring* error) {
   ComRef<IXMLDOMDocument> document;
-  HRESULT hr = CoCreateInstance(kClsidDomDocument30, nullptr, CLSCTX_INPROC_SERVER, kIidXmlDomDocument,
-                                reinterpret_cast<void**>(document.Out()));
-  if (FAILED(hr)) {
-    *error = L"cannot create the MSXML 3.0 document (error 0x" + std::to_wstring(static_cast<unsigned long>(hr)) + L")";
-    return false;
-  }
-  document->put_async(VARIANT_FALSE);
-  VARIANT source;
-  VariantInit(&source);
-  source.vt = VT_BSTR;
-  source.bstrVal = SysAllocString(path.c_str());
-  VARIANT_BOOL loaded = VARIANT_FALSE;
-  hr = document->load(source, &loaded);
-  VariantClear(&source);
-  if (hr != S_OK || loaded != VARIANT_TRUE) {
-    std::wstring reason;
-    ComRef<IXMLDOMParseError> parseError;
-    if (document->get_parseError(parseError.Out()) == S_OK && parseError.Get() != nullptr) {
-      Bstr text;
-      long line = 0;
-      parseError->get_reason(text.Out());
-      parseError->get_line(&line);
-      reason = text.Str();
-      while (!reason.empty() && (reason.back() == L'\n' || reason.back() == L'\r')) reason.pop_back();
-      if (line > 0) reason += L" at line " + std::to_wstring(line);
-    }
-    *error = L"script '" + path + L"' cannot be read as XML" + (reason.empty() ? L"" : L": " + reason);
-    return false;
-  }
+  return LoadDocument(path, nullptr, &document, error) && ReadScript(path, document.Get(), plugin, script, error);
+}
 
+bool LoadScriptText(const std::wstring& text, const std::wstring& name, HMODULE plugin, LoadedScript* script,
+                    std::wstring* error) {
+  // loadXML takes wide text; an encoding declaration would contradict it.
+  std::wstring body = text;
+  if (body.compare(0, 5, L"<?xml") == 0) {
+    size_t end = body.find(L"?>");
+    if (end != std::wstring::npos) body.erase(0, end + 2);
+  }
+  ComRef<IXMLDOMDocument> document;
+  return LoadDocument(name, &body, &document, error) && ReadScript(name, document.Get(), plugin, script, error);
+}
+
+namespace {
+
+bool ReadScript(const std::wstring& path, IXMLDOMDocument* document, HMODULE plugin, LoadedScript* script,
+                std::wstring* error) {
   ComRef<IXMLDOMElement> root;
   if (document->get_documentElement(root.Out()) != S_OK || NodeName(root.Get()) != L"install") {
     *error = L"script '" + path + L"': the root element must be <install>";
@@ -288,3 +324,5 @@ bool LoadScript(const std::wstring& path, HMODULE plugin, LoadedScript* script, 
   script->commands = commands;
   return true;
 }
+
+}  // namespace

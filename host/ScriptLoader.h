@@ -39,5 +39,9 @@ struct LoadedScript {
 // error, and releases every command made so far.
 bool LoadScript(const std::wstring& path, HMODULE plugin, LoadedScript* script, std::wstring* error);
 
+// The same from the text of a script; name stands for it in messages.
+bool LoadScriptText(const std::wstring& text, const std::wstring& name, HMODULE plugin, LoadedScript* script,
+                    std::wstring* error);
+
 // Frees the commands and the map.
 void FreeCommands(CommandMap* commands);

@@ -18,7 +18,15 @@ StoreValue VariableStore::Get(const char* name) {
 
 void VariableStore::Put(const char* name, StoreValue value) {
   if (name == nullptr) return;
-  if (value != 0 && filter_ && filterName_ == name) value = filter_(value);
+  if (value != 0) {
+    std::function<StoreValue(StoreValue)> filter;
+    AcquireSRWLockShared(&lock_);
+    auto found = filters_.find(name);
+    if (found != filters_.end()) filter = found->second;
+    ReleaseSRWLockShared(&lock_);
+    // Outside the lock: a filter may use the store.
+    if (filter) value = filter(value);
+  }
   AcquireSRWLockExclusive(&lock_);
   if (value == 0) {
     values_.erase(name);
@@ -42,8 +50,11 @@ std::vector<std::pair<std::string, StoreValue>> VariableStore::Entries(const cha
 
 void VariableStore::SetPutFilter(const std::string& name, std::function<StoreValue(StoreValue)> filter) {
   AcquireSRWLockExclusive(&lock_);
-  filterName_ = name;
-  filter_ = std::move(filter);
+  if (filter) {
+    filters_[name] = std::move(filter);
+  } else {
+    filters_.erase(name);
+  }
   ReleaseSRWLockExclusive(&lock_);
 }
 

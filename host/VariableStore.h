@@ -28,16 +28,15 @@ class VariableStore {
   std::vector<std::pair<std::string, StoreValue>> Entries(const char* prefix);
   // Forgets every entry without releasing anything.
   void Clear();
-  // Passes every non-zero value Put under name through filter first, outside the
-  // store's lock. An empty filter removes it.
+  // Passes every non-zero value Put under name through filter first. An empty
+  // filter removes it.
   void SetPutFilter(const std::string& name, std::function<StoreValue(StoreValue)> filter);
 
  private:
   VariableStore();
   SRWLOCK lock_;
   std::map<std::string, StoreValue> values_;
-  std::string filterName_;
-  std::function<StoreValue(StoreValue)> filter_;
+  std::map<std::string, std::function<StoreValue(StoreValue)>> filters_;
 };
 
 extern "C" {

@@ -35,6 +35,7 @@ enum ExitCode : int {
 };
 
 HANDLE g_cancelEvent = nullptr;
+const WORD kEmbeddedScriptId = 20003;
 
 void PrintUtf8(FILE* stream, const std::wstring& text) {
   int bytes = WideCharToMultiByte(CP_UTF8, 0, text.c_str(), -1, nullptr, 0, nullptr, nullptr);
@@ -84,6 +85,20 @@ void PrintCollectedErrors() {
   Fail(L"errors reported during the run:\n" + text);
 }
 
+// The script the plug-in carries: resource type "XML", id 20003, UTF-8.
+bool EmbeddedScript(HMODULE plugin, std::wstring* text) {
+  HRSRC resource = FindResourceW(plugin, MAKEINTRESOURCEW(kEmbeddedScriptId), L"XML");
+  if (resource == nullptr) return false;
+  HGLOBAL loaded = LoadResource(plugin, resource);
+  DWORD size = SizeofResource(plugin, resource);
+  const char* bytes = static_cast<const char*>(LockResource(loaded));
+  if (bytes == nullptr || size == 0) return false;
+  int count = MultiByteToWideChar(CP_UTF8, 0, bytes, static_cast<int>(size), nullptr, 0);
+  text->assign(count, L'\0');
+  MultiByteToWideChar(CP_UTF8, 0, bytes, static_cast<int>(size), &(*text)[0], count);
+  return true;
+}
+
 BOOL WINAPI OnConsoleControl(DWORD type) {
   if (type != CTRL_C_EVENT && type != CTRL_BREAK_EVENT) return FALSE;
   SetEvent(g_cancelEvent);
@@ -92,7 +107,7 @@ BOOL WINAPI OnConsoleControl(DWORD type) {
 }
 
 int Run(const HostOptions& options) {
-  if (GetFileAttributesW(options.script.c_str()) == INVALID_FILE_ATTRIBUTES) {
+  if (!options.script.empty() && GetFileAttributesW(options.script.c_str()) == INVALID_FILE_ATTRIBUTES) {
     Fail(L"script '" + options.script + L"' not found");
     return kExitFileNotFound;
   }
@@ -117,6 +132,17 @@ int Run(const HostOptions& options) {
   }
   PutString("String_CommandLine", GetCommandLineW());
   PutString("String_ApplicationPath", ModuleFolder());
+  if (options.autoAnswer) {
+    // Runs without a desktop: every message is printed and answered at once. A
+    // script's VltMessageBox would store the blocking provider; it is replaced.
+    uint32_t answer = options.answer;
+    store.Put("MessageBox", reinterpret_cast<StoreValue>(new CAutoAnswerMessageBox(answer)));
+    store.SetPutFilter("MessageBox", [answer](StoreValue value) {
+      if (dynamic_cast<CAutoAnswerMessageBox*>(reinterpret_cast<CSelfFree*>(value)) != nullptr) return value;
+      reinterpret_cast<CSelfFree*>(value)->Free();
+      return reinterpret_cast<StoreValue>(new CAutoAnswerMessageBox(answer));
+    });
+  }
   std::set<CSelfFree*> owned = {decrypter, lists, downloader};
   if (trace != nullptr) owned.insert(trace);
 
@@ -145,7 +171,22 @@ int Run(const HostOptions& options) {
 
   LoadedScript script;
   std::wstring error;
-  if (!LoadScript(options.script, plugin, &script, &error)) {
+  bool loaded = false;
+  if (!options.script.empty()) {
+    loaded = LoadScript(options.script, plugin, &script, &error);
+  } else {
+    std::wstring embedded;
+    if (!EmbeddedScript(plugin, &embedded)) {
+      Fail(L"no script given, and the plug-in library '" + pluginPath + L"' carries none");
+      PrintUtf8(stderr, kUsage);
+      ReleaseStore(owned);
+      FreeLibrary(plugin);
+      if (langDll != nullptr) FreeLibrary(langDll);
+      return kExitBadCommandLine;
+    }
+    loaded = LoadScriptText(embedded, L"<embedded script>", plugin, &script, &error);
+  }
+  if (!loaded) {
     Fail(error);
     ReleaseStore(owned);
     FreeLibrary(plugin);
@@ -184,7 +225,8 @@ int Run(const HostOptions& options) {
 
   PrintCollectedErrors();
   ReleaseStore(owned);
-  store.SetPutFilter("", nullptr);
+  store.SetPutFilter("SelfFree_LoggerApi", nullptr);
+  store.SetPutFilter("MessageBox", nullptr);
   CloseHandle(g_cancelEvent);
   DeleteCriticalSection(&storeLock);
   FreeLibrary(plugin);

@@ -102,9 +102,9 @@ TEST_F(HostRunTest, MissingFilesAndBadArgumentsAreClearErrors) {
   EXPECT_EQ(noPlugin.exitCode, 126u);
   EXPECT_TRUE(Has(noPlugin.err, "cannot load the plug-in library")) << noPlugin.err;
 
-  RunResult noArguments = RunInstaller(L"");
-  EXPECT_EQ(noArguments.exitCode, 87u);
-  EXPECT_TRUE(Has(noArguments.err, "Usage: Installer.exe"));
+  RunResult badSet = RunInstaller(L"/set:NoPrefix=1 " + script);
+  EXPECT_EQ(badSet.exitCode, 87u);
+  EXPECT_TRUE(Has(badSet.err, "Usage: Installer.exe"));
 
   RunResult help = RunInstaller(L"/?");
   EXPECT_EQ(help.exitCode, 0u);
@@ -184,4 +184,11 @@ TEST_F(HostRunTest, RunWithTwoChainsLeavesExactlyOneMergedLogAndTraceStaysPlain)
   EXPECT_TRUE(Has(text, "] [ThreadId 1] Joining.\n")) << text;
   EXPECT_TRUE(Has(text, "] 20: SetEvent End execute. Next command 0.\n")) << text;
   EXPECT_TRUE(Has(text, "] [ThreadId 2] Joining.\n")) << text;
+}
+
+TEST_F(HostRunTest, WithoutAScriptTheLibrarysOwnScriptRuns) {
+  RunResult run = RunInstaller(L"/trace");
+  EXPECT_EQ(run.exitCode, 0u) << run.err;
+  EXPECT_TRUE(Has(run.err, "[Main] Executing command 1.\n")) << run.err;
+  EXPECT_TRUE(Has(run.err, "[Main] Reached end command.\n"));
 }

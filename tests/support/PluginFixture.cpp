@@ -55,6 +55,13 @@ CInstallCommand* CreateCommand(const std::wstring& elementXml, int32_t* loadStat
   CInstallCommand* command = factory();
   int32_t status = command->Load(attributes);
   if (loadStatus != nullptr) *loadStatus = status;
+  // As the engine does: commands that leave index and next to the engine get them
+  // from the raw attributes.
+  if (command->GetIndex() == -1) {
+    IXMLDOMNamedNodeMap* raw = ParseAttributes(elementXml);
+    command->LoadIndexes(raw);
+    raw->Release();
+  }
   return command;
 }
 

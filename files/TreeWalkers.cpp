@@ -1,0 +1,130 @@
+#include "files/TreeWalkers.h"
+
+#include <windows.h>
+#include <shlwapi.h>
+
+#include <cwchar>
+#include <io.h>
+
+#include "engine/Bounded.h"
+#include "engine/Log.h"
+#include "files/FileTexts.h"
+#include "files/PathHelpers.h"
+
+namespace {
+
+constexpr uint32_t kCannotList = 1359;
+
+bool IsDirectory(const WIN32_FIND_DATAW& found) { return (found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0; }
+
+}  // namespace
+
+uint32_t CopyTree(const wchar_t* sourceDir, const wchar_t* destinationDir, bool overwrite) {
+  if (sourceDir == nullptr || destinationDir == nullptr) return ERROR_INVALID_PARAMETER;
+  if (!CreateDirectoryW(destinationDir, nullptr)) {
+    DWORD error = GetLastError();
+    if (error != ERROR_ALREADY_EXISTS) return error;
+  }
+  wchar_t pattern[MAX_PATH] = {};
+  BoundedFormat(pattern, MAX_PATH, L"%s*", sourceDir);
+  WIN32_FIND_DATAW found;
+  HANDLE search = FindFirstFileW(pattern, &found);
+  if (search == INVALID_HANDLE_VALUE) return GetLastError();
+
+  uint32_t result = 0;
+  do {
+    if (IsDotEntry(found.cFileName)) continue;
+    wchar_t source[MAX_PATH] = {};
+    BoundedFormat(source, MAX_PATH, L"%s%s", sourceDir, found.cFileName);
+    wchar_t target[MAX_PATH] = {};
+    BoundedCopy(target, MAX_PATH, destinationDir);
+    BoundedAppend(target, MAX_PATH, found.cFileName);
+    if (IsDirectory(found)) {
+      AddBackslashOrFail(source);
+      AddBackslashOrFail(target);
+      result = CopyTree(source, target, overwrite);
+      if (result != 0) break;
+    } else {
+      if (!overwrite && _waccess(target, 0) == 0) continue;
+      if (!CopyFileW(source, target, FALSE)) {
+        result = GetLastError();
+        break;
+      }
+    }
+  } while (FindNextFileW(search, &found));
+  FindClose(search);
+  return result;
+}
+
+uint32_t ScheduleTreeDelete(const wchar_t* path, uint32_t* fileCount, const wchar_t* filter) {
+  if (path == nullptr) return kCannotList;
+  wchar_t pattern[MAX_PATH] = {};
+  BoundedFormat(pattern, MAX_PATH, L"%s\\*", path);
+  WIN32_FIND_DATAW found;
+  HANDLE search = FindFirstFileW(pattern, &found);
+  if (search == INVALID_HANDLE_VALUE) return kCannotList;
+
+  do {
+    if (IsDotEntry(found.cFileName)) continue;
+    wchar_t child[MAX_PATH] = {};
+    BoundedFormat(child, MAX_PATH, L"%s\\%s", path, found.cFileName);
+    if (IsDirectory(found)) {
+      if (wcslen(child) >= 2 && ScheduleTreeDelete(child, fileCount, filter) != 0) break;
+    } else {
+      if (fileCount != nullptr) ++*fileCount;
+      if (filter != nullptr && StrStrW(child, filter) == nullptr) continue;
+      MoveFileExW(child, nullptr, MOVEFILE_DELAY_UNTIL_REBOOT);
+    }
+  } while (FindNextFileW(search, &found));
+  // The loop ends on FindNextFileW's ERROR_NO_MORE_FILES, or early on a failed
+  // subdirectory, whose error is still the thread's last one.
+  DWORD code = GetLastError();
+  if (code == ERROR_NO_MORE_FILES) code = 0;
+  FindClose(search);
+  if (code != 0 || filter != nullptr) return code;
+  MoveFileExW(path, nullptr, MOVEFILE_DELAY_UNTIL_REBOOT);
+  return 0;
+}
+
+void DeleteTree(const wchar_t* path, bool deleteAfterReboot, uint32_t* fileCount, const wchar_t* filter,
+                const std::vector<wchar_t*>* skipFolders) {
+  if (path == nullptr) return;
+  if (skipFolders != nullptr) {
+    for (const wchar_t* skip : *skipFolders) {
+      if (_wcsicmp(path, skip) == 0) return;
+    }
+  }
+  wchar_t pattern[MAX_PATH] = {};
+  BoundedFormat(pattern, MAX_PATH, L"%s\\*", path);
+  WIN32_FIND_DATAW found;
+  HANDLE search = FindFirstFileW(pattern, &found);
+  if (search == INVALID_HANDLE_VALUE) return;
+
+  DWORD failure = 0;
+  do {
+    if (IsDotEntry(found.cFileName)) continue;
+    wchar_t child[MAX_PATH] = {};
+    BoundedCopy(child, MAX_PATH, path);
+    AppendPathOrFail(child, found.cFileName);
+    if (IsDirectory(found)) {
+      if (wcslen(child) >= 2) DeleteTree(child, deleteAfterReboot, fileCount, filter, skipFolders);
+      continue;
+    }
+    SetFileAttributesW(child, FILE_ATTRIBUTE_NORMAL);
+    if (fileCount != nullptr) ++*fileCount;
+    if (filter != nullptr && StrStrW(child, filter) == nullptr) continue;
+    if (DeleteFileW(child)) continue;
+    DWORD error = GetLastError();
+    if (!deleteAfterReboot) {
+      failure = error;
+    } else if (!MoveFileExW(child, nullptr, MOVEFILE_DELAY_UNTIL_REBOOT)) {
+      failure = GetLastError();
+      LogMessage(filetext::kCannotMoveFileEx, child, failure);
+    }
+  } while (FindNextFileW(search, &found));
+  DWORD code = GetLastError();
+  FindClose(search);
+  if (code == ERROR_NO_MORE_FILES) code = failure;
+  if (code != 0 || filter != nullptr) return;
+  if (!RemoveDirectoryW(path) && deleteAfterReboot) MoveFileExW(path, nullptr, MOVEFILE_DELAY_UNTIL_REBOOT);
+}

@@ -1,0 +1,38 @@
+// The progress protocol's two script commands. UpdateProgress publishes a
+// percentage, SetError declares the install failed with a reason. Each
+// publication happens under storeLock, the variables first and then
+// HANDLE_InstallProgressEv, so a reader woken by the event sees all of it.
+//
+// Neither reads the common attributes (index and next come from the engine), and
+// neither marks itself executed, so every run is followed by the engine's
+// "GetNextIndex called before Execute" warning.
+#pragma once
+
+#include "engine/InstallCommand.h"
+
+class CVltUpdateProgressCommand : public CInstallCommand {
+ public:
+  int32_t Execute(HANDLE cancelHandle, CRITICAL_SECTION* storeLock) override;
+  int32_t Load(IXMLDOMNamedNodeMap* attributes) override;
+
+  int32_t progress = 0;
+
+  SELFFREE_DESTRUCTOR(CVltUpdateProgressCommand)
+};
+
+class CVltSetErrorCommand : public CInstallCommand {
+ public:
+  ~CVltSetErrorCommand();
+  int32_t Execute(HANDLE cancelHandle, CRITICAL_SECTION* storeLock) override;
+  int32_t Load(IXMLDOMNamedNodeMap* attributes) override;
+
+  wchar_t* reason = nullptr;
+  bool reasonIsResource = false;
+
+  SELFFREE_DESTRUCTOR(CVltSetErrorCommand)
+};
+
+// Replaces String_InstallFailReason with a copy of reason (the old value freed
+// after the new one is stored), sets int_InstallFailed and -1 as the percentage,
+// and signals the progress event. The caller holds storeLock.
+void PublishFailure(const wchar_t* reason, HANDLE progressEvent);

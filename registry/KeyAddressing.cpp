@@ -1,0 +1,200 @@
+#include "registry/KeyAddressing.h"
+
+#include <cstdlib>
+#include <cwchar>
+
+#include "engine/Expand.h"
+#include "engine/Log.h"
+#include "engine/Store.h"
+#include "probes/Platform.h"
+#include "registry/RegistryTexts.h"
+
+namespace {
+
+// The working buffer of the tree delete, and the longest child name it asks the
+// enumeration for (key names are limited to 255 characters).
+constexpr size_t kTreePathCapacity = 520;
+constexpr DWORD kChildNameCapacity = 260;
+
+bool IsServiceAccount(const wchar_t* hive) {
+  return wcscmp(hive, L"S-1-5-18") == 0 || wcscmp(hive, L"S-1-5-19") == 0 || wcscmp(hive, L"S-1-5-20") == 0;
+}
+
+// One level of the tree delete. path is the shared working buffer: each level
+// appends "\child" behind the caller's part and cuts it off again before it
+// returns, so the whole walk needs no allocation.
+bool DeleteTreeRecurse(HKEY root, wchar_t* path, RegDeleteKeyExFn deleteKeyEx) {
+  // A key without subkeys goes at once; this is also how every leaf ends.
+  if (DeleteKeyInSystemView(root, path, deleteKeyEx) == ERROR_SUCCESS) return true;
+
+  HKEY key = nullptr;
+  LONG opened = RegOpenKeyExW(root, path, 0, RegReadMask(IsSystem64Bit()), &key);
+  if (opened == ERROR_FILE_NOT_FOUND) {
+    LogMessage(regtext::kTreeKeyNotFound);
+    return true;
+  }
+  if (opened != ERROR_SUCCESS) {
+    LogMessage(regtext::kTreeOpenFailed);
+    return false;
+  }
+
+  size_t childPosition = wcslen(path);
+  if (childPosition == 0 || path[childPosition - 1] != L'\\') {
+    if (childPosition + 1 < kTreePathCapacity) path[childPosition++] = L'\\';
+    path[childPosition] = L'\0';
+  }
+
+  wchar_t child[kChildNameCapacity + 1] = {};
+  wchar_t previous[kChildNameCapacity + 1] = {};
+  for (;;) {
+    // Always index 0: the child handled last is gone, so the next one moved up.
+    DWORD size = kChildNameCapacity;
+    if (RegEnumKeyExW(key, 0, child, &size, nullptr, nullptr, nullptr, nullptr) != ERROR_SUCCESS) break;
+    if (previous[0] != L'\0' && wcscmp(previous, child) == 0) {
+      // Reported gone but still listed, as a symbolic link to a missing key is:
+      // enumerating again would never end.
+      LogMessage(regtext::kTreeChildStays, child);
+      break;
+    }
+    size_t length = wcslen(child);
+    if (path[childPosition - 1] != L'\\' || childPosition + length + 1 > kTreePathCapacity) {
+      path[childPosition] = L'\0';
+      LogMessage(regtext::kTreePathTooLong, path, child);
+      break;
+    }
+    wmemcpy(path + childPosition, child, length + 1);
+    bool deleted = DeleteTreeRecurse(root, path, deleteKeyEx);
+    path[childPosition] = L'\0';
+    if (!deleted) break;
+    wmemcpy(previous, child, length + 1);
+  }
+
+  // Cuts the backslash off again, also one that the caller's path ended in: the
+  // key itself is deleted by its plain name.
+  if (path[childPosition - 1] == L'\\') path[childPosition - 1] = L'\0';
+  RegCloseKey(key);
+  return DeleteKeyInSystemView(root, path, deleteKeyEx) == ERROR_SUCCESS;
+}
+
+}  // namespace
+
+bool X64Requested() { return StoreGetInt32("int_x64") != 0; }
+
+LONG DeleteKeyInSystemView(HKEY root, const wchar_t* subkey, RegDeleteKeyExFn deleteKeyEx) {
+  // The view follows the system, not int_x64: a 64-bit system deletes in its
+  // 64-bit view whatever the script asked for.
+  if (IsSystem64Bit() && deleteKeyEx != nullptr) return deleteKeyEx(root, subkey, kRegView64, 0);
+  return RegDeleteKeyW(root, subkey);
+}
+
+bool DeleteRegistryTree(HKEY root, const wchar_t* subkey) {
+  if (subkey == nullptr || subkey[0] == L'\0') {
+    // An empty path names the root itself: a recursive delete would empty a whole
+    // hive. No script means that.
+    LogMessage(regtext::kTreeWholeRoot);
+    return false;
+  }
+  HMODULE advapi = LoadLibraryW(L"Advapi32");
+  RegDeleteKeyExFn deleteKeyEx =
+      advapi != nullptr
+          ? reinterpret_cast<RegDeleteKeyExFn>(reinterpret_cast<void*>(GetProcAddress(advapi, "RegDeleteKeyExW")))
+          : nullptr;
+  // A longer path is cut, not refused: the delete then reports a key that is not
+  // there, which is true of the cut path.
+  wchar_t path[kTreePathCapacity] = {};
+  wcsncpy(path, subkey, kTreePathCapacity - 1);
+  bool deleted = DeleteTreeRecurse(root, path, deleteKeyEx);
+  if (advapi != nullptr) FreeLibrary(advapi);
+  return deleted;
+}
+
+void UserHiveWalk(int32_t commandIndex, const wchar_t* commandName, const wchar_t* rootMessage,
+                  const std::function<void(const wchar_t* hive)>& action) {
+  DWORD hives = 0;
+  DWORD longest = 0;
+  if (RegQueryInfoKeyW(HKEY_USERS, nullptr, nullptr, nullptr, &hives, &longest, nullptr, nullptr, nullptr, nullptr,
+                       nullptr, nullptr) != ERROR_SUCCESS) {
+    return;
+  }
+  DWORD capacity = longest + 1;
+  // One more character than the enumeration may fill, so the name always ends.
+  wchar_t* name = static_cast<wchar_t*>(calloc(capacity + 1, sizeof(wchar_t)));
+  if (name == nullptr) return;
+  for (DWORD index = 0;; ++index) {
+    DWORD size = capacity;
+    LONG result = RegEnumKeyExW(HKEY_USERS, index, name, &size, nullptr, nullptr, nullptr, nullptr);
+    // The result is looked at only after the pass: the pass that runs out of hives
+    // still holds the previous name, and repeats it.
+    if (!IsServiceAccount(name)) {
+      LogMessage(rootMessage, commandIndex, commandName, name);
+      action(name);
+    }
+    if (result != ERROR_SUCCESS) break;
+  }
+  free(name);
+}
+
+bool ExpandRegistryText(wchar_t** field) {
+  if (*field == nullptr) return true;
+  wchar_t* expanded = nullptr;
+  if (!ExpandVariables(*field, &expanded) || expanded == nullptr) return false;
+  free(*field);
+  *field = expanded;
+  return true;
+}
+
+CRegistryCommand::~CRegistryCommand() {
+  free(subkey);
+  subkey = nullptr;
+}
+
+int32_t CRegistryCommand::ParseKeyBase(const wchar_t* text, bool* allUsers) {
+  static const struct {
+    const wchar_t* name;
+    HKEY key;
+  } kBases[] = {
+      {L"HKEY_CLASSES_ROOT", HKEY_CLASSES_ROOT},
+      {L"HKEY_CURRENT_USER", HKEY_CURRENT_USER},
+      {L"HKEY_LOCAL_MACHINE", HKEY_LOCAL_MACHINE},
+      {L"HKEY_USERS", HKEY_USERS},
+  };
+  for (const auto& base : kBases) {
+    if (wcscmp(text, base.name) == 0) {
+      root = base.key;
+      return kStatusOk;
+    }
+  }
+  if (allUsers != nullptr && wcscmp(text, L"ALL_USERS") == 0) {
+    *allUsers = true;
+    return kStatusOk;
+  }
+  return kStatusMissingAttribute;
+}
+
+int32_t CRegistryCommand::ReadKeyAttributes(AttributeReader& reader, bool* allUsers) {
+  wchar_t* text = nullptr;
+  HRESULT hr = reader.ReadText(L"base", &text);
+  if (hr != S_OK) return hr;
+  int32_t status = ParseKeyBase(text, allUsers);
+  if (status != kStatusOk) return status;
+  return reader.ReadCopy(L"subkey", &subkey);
+}
+
+void CRegistryCommand::WalkOpenedHives(const wchar_t* tag, const wchar_t* rootMessage,
+                                       const std::function<void(const wchar_t* hive)>& action) {
+  UserHiveWalk(index, tag, rootMessage, [&](const wchar_t* hive) {
+    root = nullptr;
+    if (RegOpenKeyExW(HKEY_USERS, hive, 0, RegWriteMask(X64Requested()), &root) != ERROR_SUCCESS) {
+      LogMessage(regtext::kHiveOpenFailed, index, tag, hive);
+      return;
+    }
+    action(hive);
+  });
+}
+
+void FatalBufferOverflow() {
+  // The status of a failed security check, as the run-time library's own fail-fast
+  // path reports it.
+  TerminateProcess(GetCurrentProcess(), 0xC0000409);
+  ExitProcess(0xC0000409);
+}

@@ -1,0 +1,47 @@
+#include "registry/RegDeleteKeyCommand.h"
+
+#include "engine/Log.h"
+#include "registry/RegistryTexts.h"
+
+int32_t CRegDeleteKeyCommand::Load(IXMLDOMNamedNodeMap* attributes) {
+  LoadCommon(attributes);
+  AttributeReader reader(attributes);
+  int32_t status = ReadKeyAttributes(reader, &allUsers);
+  if (status != kStatusOk) return status;
+  // Required: a script must say whether it means the whole tree.
+  int32_t number = 0;
+  HRESULT hr = reader.ReadNumber(L"recursive", &number);
+  if (hr != S_OK) return hr;
+  recursive = number != 0;
+  return kStatusOk;
+}
+
+int32_t CRegDeleteKeyCommand::Execute(HANDLE, CRITICAL_SECTION*) {
+  if (!EnterGuard(kTag)) return kStatusBusy;
+  ExpandSubkey();
+  LogMessage(regtext::kDeleteKeyBegin, index, kTag, subkey, recursive ? L"TRUE" : L"FALSE");
+  HMODULE advapi = LoadLibraryW(L"Advapi32");
+  RegDeleteKeyExFn deleteKeyEx =
+      advapi != nullptr
+          ? reinterpret_cast<RegDeleteKeyExFn>(reinterpret_cast<void*>(GetProcAddress(advapi, "RegDeleteKeyExW")))
+          : nullptr;
+  if (!allUsers) {
+    if (recursive) {
+      if (!DeleteRegistryTree(root, subkey)) LogMessage(regtext::kDeleteTreeFailed, index, kTag, subkey);
+    } else {
+      LogMessage(regtext::kDeleteKeyReturned, index, kTag, DeleteKeyInSystemView(root, subkey, deleteKeyEx));
+    }
+  } else {
+    WalkOpenedHives(kTag, regtext::kDeleteHiveRoot, [&](const wchar_t*) {
+      if (recursive) {
+        // The failure text of this path has the word "not" that the named path lacks.
+        if (!DeleteRegistryTree(root, subkey)) LogMessage(regtext::kDeleteTreeFailedInHive, index, kTag, subkey);
+      } else {
+        LogMessage(regtext::kDeleteKeyReturned, index, kTag, DeleteKeyInSystemView(root, subkey, deleteKeyEx));
+      }
+      RegCloseKey(root);
+    });
+  }
+  if (advapi != nullptr) FreeLibrary(advapi);
+  return FinishExecute(kTag, kStatusOk);
+}

@@ -1,0 +1,228 @@
+#include "services/ServiceMgrApi.h"
+
+#include <string>
+
+#include "engine/Log.h"
+#include "probes/WinapiInterface.h"
+
+namespace {
+
+// Full access to the manager (SC_MANAGER_ALL_ACCESS) and to a service
+// (SERVICE_ALL_ACCESS): the failure actions need the right to start the service.
+const DWORD kManagerAccess = 0xF003F;
+const DWORD kServiceAccess = 0xF01FF;
+const DWORD kPollIntervalMs = 1000;
+
+// One service control handle, closed when it goes out of scope.
+class ScopedScHandle {
+ public:
+  explicit ScopedScHandle(SC_HANDLE handle) : handle_(handle) {}
+  ~ScopedScHandle() { Reset(nullptr); }
+  ScopedScHandle(const ScopedScHandle&) = delete;
+  ScopedScHandle& operator=(const ScopedScHandle&) = delete;
+  void Reset(SC_HANDLE handle) {
+    if (handle_ != nullptr) CloseServiceHandle(handle_);
+    handle_ = handle;
+  }
+  SC_HANDLE Get() const { return handle_; }
+  explicit operator bool() const { return handle_ != nullptr; }
+
+ private:
+  SC_HANDLE handle_;
+};
+
+// The handles of an opened service, closed (the manager first) on every way out.
+class ScopedServiceHandles {
+ public:
+  ScopedServiceHandles() : handles_{nullptr, nullptr} {}
+  ~ScopedServiceHandles() { CloseServiceHandles(&handles_); }
+  ScopedServiceHandles(const ScopedServiceHandles&) = delete;
+  ScopedServiceHandles& operator=(const ScopedServiceHandles&) = delete;
+  ServiceHandles* Out() { return &handles_; }
+  SC_HANDLE Service() const { return handles_.service; }
+
+ private:
+  ServiceHandles handles_;
+};
+
+// The dependencies text is one service name. The platform reads a list of names
+// that ends in an empty one, so the name is passed with that second terminator
+// rather than letting the platform read past the end of the text.
+const wchar_t* DependencyList(const wchar_t* dependencies, std::wstring* list) {
+  if (dependencies == nullptr) return nullptr;
+  list->assign(dependencies);
+  list->push_back(L'\0');
+  return list->c_str();
+}
+
+}  // namespace
+
+void CloseServiceHandles(ServiceHandles* handles) {
+  if (handles->scManager != nullptr) CloseServiceHandle(handles->scManager);
+  handles->scManager = nullptr;
+  if (handles->service != nullptr) CloseServiceHandle(handles->service);
+  handles->service = nullptr;
+}
+
+void* IServiceMgrApi::DeletingDestructor(unsigned int flags) {
+  this->~IServiceMgrApi();
+  if (flags & 1) ::operator delete(static_cast<void*>(this));
+  return this;
+}
+
+CServiceMgrApi::CServiceMgrApi(CWinapiInterface* winapiTable, bool owns) : winapi(winapiTable), ownsWinapi(owns) {}
+
+CServiceMgrApi::~CServiceMgrApi() {
+  if (ownsWinapi && winapi != nullptr) winapi->DeletingDestructor(1);
+  winapi = nullptr;
+}
+
+int32_t CServiceMgrApi::OpenWindowsService(const wchar_t* serviceName, DWORD, ServiceHandles* handles) {
+  handles->scManager = nullptr;
+  handles->service = nullptr;
+  // The messages print the number 0, not the error; the error is kept for the
+  // caller, whose own message reads it.
+  handles->scManager = OpenSCManagerW(nullptr, nullptr, kManagerAccess);
+  if (handles->scManager == nullptr) {
+    DWORD error = GetLastError();
+    LogMessage(L"[OpenWindowsService]Error getting Service Control Manager %d.\n", 0);
+    SetLastError(error);
+    return 1;
+  }
+  handles->service = OpenServiceW(handles->scManager, serviceName, kServiceAccess);
+  if (handles->service == nullptr) {
+    DWORD error = GetLastError();
+    LogMessage(L"[OpenWindowsService]Cannot open service. Service handle: %d", 0);
+    SetLastError(error);
+    return 1;
+  }
+  return 0;
+}
+
+bool CServiceMgrApi::InterogateServiceStatus(SC_HANDLE service, SERVICE_STATUS_PROCESS* status) {
+  if (service == nullptr) return false;
+  DWORD needed = 0;
+  return QueryServiceStatusEx(service, SC_STATUS_PROCESS_INFO, reinterpret_cast<BYTE*>(status),
+                              sizeof(SERVICE_STATUS_PROCESS), &needed) == 1;
+}
+
+int32_t CServiceMgrApi::CreateWinService(const ServiceConfig* config, bool setFailureActions) {
+  ScopedScHandle manager(OpenSCManagerW(nullptr, nullptr, kManagerAccess));
+  if (!manager) {
+    // Nothing further can work without the manager, and going on would only put
+    // the error of a null handle in place of the real one.
+    DWORD error = GetLastError();
+    LogMessage(L"[CreateWinService] Error opening SCM, errCode : %d.\n", error);
+    return static_cast<int32_t>(error);
+  }
+  std::wstring dependencyList;
+  const wchar_t* dependencies = DependencyList(config->dependencies, &dependencyList);
+  DWORD error = 0;
+  ScopedScHandle service(OpenServiceW(manager.Get(), config->serviceName, kServiceAccess));
+  if (service) {
+    // Updating leaves desiredAccess and the description out: an existing service
+    // keeps the description it has.
+    LogMessage(L"[CreateWinService]The service already exists. Service handle: %d",
+               static_cast<int>(reinterpret_cast<intptr_t>(service.Get())));
+    if (!ChangeServiceConfigW(service.Get(), config->serviceType, config->startType, config->errorControl,
+                              config->pathName, config->loadOrderGroup, config->tagId, dependencies,
+                              config->serviceStartName, config->password, config->displayName)) {
+      error = GetLastError();
+      LogMessage(L"[CreateWinService]ChangeServiceConfig failed (%d)\n", error);
+    }
+  } else {
+    service.Reset(CreateServiceW(manager.Get(), config->serviceName, config->displayName, config->desiredAccess,
+                                 config->serviceType, config->startType, config->errorControl, config->pathName,
+                                 config->loadOrderGroup, config->tagId, dependencies, config->serviceStartName,
+                                 config->password));
+    if (!service) {
+      error = GetLastError();
+      LogMessage(L"[CreateWinService] Error creating service, errCode : %d.\n", error);
+    } else if (config->description != nullptr) {
+      // A description that cannot be set does not undo the service.
+      SERVICE_DESCRIPTIONW description = {config->description};
+      ChangeServiceConfig2W(service.Get(), SERVICE_CONFIG_DESCRIPTION, &description);
+    }
+  }
+  if (error != 0) return static_cast<int32_t>(error);
+
+  if (setFailureActions) {
+    // Restart after a second, then after five, then leave it stopped; the count
+    // of failures starts again after a day without one.
+    SC_ACTION actions[3] = {{SC_ACTION_RESTART, 1000}, {SC_ACTION_RESTART, 5000}, {SC_ACTION_NONE, 0}};
+    SERVICE_FAILURE_ACTIONSW failureActions = {86400, nullptr, nullptr, 3, actions};
+    if (!ChangeServiceConfig2W(service.Get(), SERVICE_CONFIG_FAILURE_ACTIONS, &failureActions)) {
+      LogMessage(L"Could not change service config (%d)\n", GetLastError());
+    }
+  }
+  return 0;
+}
+
+bool CServiceMgrApi::WaitForState(SC_HANDLE service, DWORD wanted, DWORD passing, int32_t timeoutSeconds) {
+  int32_t queries = 0;
+  for (;;) {
+    SERVICE_STATUS_PROCESS status = {};
+    if (!InterogateServiceStatus(service, &status)) return false;
+    if (status.dwCurrentState == wanted) return true;
+    if (status.dwCurrentState != passing) return false;
+    // The count is tested before the sleep, so a timeout of 0 fails on the first
+    // query and N gives N queries with N - 1 sleeps between them.
+    if (timeoutSeconds != kServiceWaitForever && ++queries >= timeoutSeconds) return false;
+    Sleep(kPollIntervalMs);
+  }
+}
+
+int32_t CServiceMgrApi::StartWinService(const wchar_t* serviceName, bool wait, int32_t timeoutSeconds) {
+  ScopedServiceHandles handles;
+  if (OpenWindowsService(serviceName, kServiceAccess, handles.Out()) != 0) {
+    LogMessage(L"Cannot open service with name: %s. Lasterror: %d", serviceName, GetLastError());
+    return 1;
+  }
+  SERVICE_STATUS_PROCESS status = {};
+  if (!InterogateServiceStatus(handles.Service(), &status)) {
+    LogMessage(L"[StartService]InterogateServiceStatus failed (%d)", GetLastError());
+    return 1;
+  }
+  if (status.dwCurrentState == kServiceRunning) return 0;
+  LogMessage(L"serviceStatus: %d \n", status.dwCurrentState);
+
+  if (status.dwCurrentState != kServiceStartPending) {
+    // Only a stopping service is waited for; a paused one fails here.
+    if (status.dwCurrentState != kServiceStopped &&
+        !WaitForState(handles.Service(), kServiceStopped, kServiceStopPending, timeoutSeconds)) {
+      return 1;
+    }
+    LogMessage(L"Starting service: \n");
+    if (StartServiceW(handles.Service(), 0, nullptr) != 1) {
+      LogMessage(L"Start service failed %s. Lasterror: %d", serviceName, GetLastError());
+      return 1;
+    }
+  }
+  if (!wait) return 0;
+  return WaitForState(handles.Service(), kServiceRunning, kServiceStartPending, timeoutSeconds) ? 0 : 1;
+}
+
+int32_t CServiceMgrApi::StopWinService(const wchar_t* serviceName, bool wait, int32_t timeoutSeconds) {
+  ScopedServiceHandles handles;
+  if (OpenWindowsService(serviceName, kServiceAccess, handles.Out()) != 0) return 1;
+  SERVICE_STATUS_PROCESS status = {};
+  if (!InterogateServiceStatus(handles.Service(), &status)) {
+    LogMessage(L"[StopService]InterogateServiceStatus failed (%d)", GetLastError());
+    return 1;
+  }
+  if (status.dwCurrentState == kServiceStopped) return 0;
+  // A service that is stopping already gets no second request (the manager would
+  // refuse it).
+  if (status.dwCurrentState != kServiceStopPending) {
+    SERVICE_STATUS reply = {};
+    if (ControlService(handles.Service(), SERVICE_CONTROL_STOP, &reply) != 1) return 1;
+  }
+  if (!wait) return 0;
+  return WaitForState(handles.Service(), kServiceStopped, kServiceStopPending, timeoutSeconds) ? 0 : 1;
+}
+
+int32_t CServiceMgrApi::UninstallWinService(const wchar_t* serviceName) {
+  ScopedServiceHandles handles;
+  if (OpenWindowsService(serviceName, kServiceAccess, handles.Out()) != 0) return 1;
+  return DeleteService(handles.Service()) ? 0 : 1;
+}
