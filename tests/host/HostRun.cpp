@@ -28,8 +28,13 @@ RunResult RunInstaller(const std::wstring& arguments) {
   RunResult result;
   wchar_t temp[MAX_PATH] = {};
   GetTempPathW(MAX_PATH, temp);
-  std::wstring outPath = std::wstring(temp) + L"hostrun-" + std::to_wstring(GetCurrentProcessId()) + L".out";
-  std::wstring errPath = std::wstring(temp) + L"hostrun-" + std::to_wstring(GetCurrentProcessId()) + L".err";
+  // Names of their own for every run: a process Wine keeps alive from an earlier
+  // run may still hold an earlier run's files.
+  static LONG runs = 0;
+  std::wstring stem = std::wstring(temp) + L"hostrun-" + std::to_wstring(GetCurrentProcessId()) + L"-" +
+                      std::to_wstring(InterlockedIncrement(&runs));
+  std::wstring outPath = stem + L".out";
+  std::wstring errPath = stem + L".err";
   SECURITY_ATTRIBUTES inherit = {sizeof(inherit), nullptr, TRUE};
   HANDLE out = CreateFileW(outPath.c_str(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
                            &inherit, CREATE_ALWAYS, 0, nullptr);
