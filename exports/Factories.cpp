@@ -7,6 +7,7 @@
 #include "engine/EventCommands.h"
 #include "engine/ForkCommand.h"
 #include "engine/JoinCommand.h"
+#include "files/UnrarCommand.h"
 
 #define COMMAND_FACTORY(Class) \
   extern "C" CInstallCommand* Get##Class() { return new (std::nothrow) Class(); }
@@ -16,4 +17,5 @@ COMMAND_FACTORY(CCreateEventCommand)
 COMMAND_FACTORY(CForkCommand)
 COMMAND_FACTORY(CJoinCommand)
 COMMAND_FACTORY(CSetEventCommand)
+COMMAND_FACTORY(CUnrarCommand)
 COMMAND_FACTORY(CWaitForHandleCommand)
