@@ -189,6 +189,19 @@ TEST_F(UnrarTest, UpdatesKeepTheirIntervalAndNeedAVariable) {
   EXPECT_EQ(VariableStore::Instance().Entries("").size(), before);
 }
 
+TEST_F(UnrarTest, SizesPastFourGigabytesCountOnSixtyFourBits) {
+  // 1 KiB, then 4 GiB + 1 KiB. Cancelled after the first file, which is all that
+  // is written: its share is 0 %. Sizes cut to 32 bits would make it 50 %.
+  SetEvent(cancel_);
+  EXPECT_EQ(Run(Unrar(Archive(L"big.rar"), L"refresh=\"1\" progressVar=\"Big\"")), 0);
+  EXPECT_EQ(ListTree(target_), std::vector<std::wstring>{L"small.bin"});
+  auto* name = reinterpret_cast<CString*>(Get("String_Big"));
+  ASSERT_NE(name, nullptr) << "no progress after the first file";
+  EXPECT_STREQ(name->text, L"small.bin");
+  EXPECT_EQ(Get("int_Big"), 0u);
+  EXPECT_EQ(Get("int_ReturnCode"), 1223u);
+}
+
 TEST_F(UnrarTest, ArchivesWithNothingToCountExtractWithoutProgress) {
   // Zero-length files only: a total of 0 bytes gives no percentage, and the files
   // and folders still come out.

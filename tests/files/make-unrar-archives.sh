@@ -11,8 +11,11 @@
 #   badheader.rar   stored good.txt, after.txt; one byte of after.txt's header flipped
 #   truncated.rar   compressed.rar cut in the middle of its data
 #   many.rar        400 small files, for cancelling
+#   big.rar         small.bin (1 KiB), then huge.bin (4 GiB + 1 KiB of zeros); kept
+#                   from run to run, as packing 4 GiB takes rar a while
 set -euo pipefail
 out=${1:?usage: make-unrar-archives.sh <dir>}
+if [ -f "$out/big.rar" ]; then mv "$out/big.rar" "$out.big.rar"; fi
 rm -rf "$out"
 mkdir -p "$out"
 cd "$out"
@@ -79,6 +82,18 @@ head -c $((size * 3 / 5)) compressed.rar > truncated.rar
 mkdir -p many
 for i in $(seq -w 1 400); do head -c 2048 /dev/urandom > "many/file-$i.bin"; done
 (cd many && rar a -m0 ../many.rar .)
+
+# Sizes past 32 bits: the huge file is sparse, so only rar's time is spent.
+if [ -f "$out.big.rar" ]; then
+  mv "$out.big.rar" big.rar
+else
+  mkdir -p big
+  head -c 1024 /dev/urandom > big/small.bin
+  truncate -s $((4 * 1024 * 1024 * 1024 + 1024)) big/huge.bin
+  (cd big && rar a -m1 ../big-new.rar small.bin huge.bin)
+  rm -rf big
+  mv big-new.rar big.rar
+fi
 
 # The listing of each archive, for whoever reads a failed test.
 for archive in *.rar; do
