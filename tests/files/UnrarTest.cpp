@@ -2,8 +2,6 @@
 // made before the run: whole trees in every packing, progress read by another
 // thread under the store lock, the library's failures, and cancelling.
 #include <algorithm>
-#include <atomic>
-#include <set>
 
 #include "files/UnrarCommand.h"
 #include "host/VariableStore.h"
@@ -234,6 +232,11 @@ TEST_F(UnrarTest, FailuresReportTheLibrarysCodeThroughErrVarAndReturnCode) {
     std::vector<std::wstring> extracted;
   } cases[] = {
       {missing, 15, {L"\n\tCannot open " + missing + L"\n", L"1: Unrar FAILED getting unpacked size. errCode 15.\n"}, {}},
+      {Archive(L"listings.txt"),
+       13,
+       {L"\n\t" + Archive(L"listings.txt") + L" is not RAR archive\n",
+        L"1: Unrar FAILED getting unpacked size. errCode 13.\n"},
+       {}},
       {Archive(L"corrupt.rar"),
        12,
        {L"\tCRC error\n",
@@ -394,21 +397,4 @@ TEST_F(UnrarTest, LoadReadsTheArchiveAndTheProgressNames) {
   EXPECT_EQ(unrar->progressIntName, nullptr);
   EXPECT_EQ(unrar->progressTextName, nullptr);
   unrar->Free();
-}
-
-TEST_F(UnrarTest, TwoCommandsOnTwoThreadsBothExtractWhole) {
-  // The library is shared by the process; the second run waits for the first.
-  std::wstring second = work_ + L"second\\";
-  CInstallCommand* first = Unrar(Archive(L"solid.rar"), L"errVar=\"Failed\"");
-  CInstallCommand* other = Add(L"<Unrar index=\"2\" archive=\"" + Archive(L"compressed.rar") + L"\" destination=\"" +
-                               second + L"\" errVar=\"Failed\"/>");
-  HANDLE one = StartExecute(first);
-  HANDLE two = StartExecute(other);
-  HANDLE both[2] = {one, two};
-  ASSERT_EQ(WaitForMultipleObjects(2, both, TRUE, 60000), WAIT_OBJECT_0);
-  CloseHandle(one);
-  CloseHandle(two);
-  EXPECT_EQ(CompareTrees(SourceTree(), target_), "");
-  EXPECT_EQ(CompareTrees(SourceTree(), second), "");
-  EXPECT_EQ(Get("int_Failed"), 0u);
 }
