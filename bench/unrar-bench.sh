@@ -9,7 +9,8 @@
 #
 # and the share of the command's first pass (the sum of sizes), taken as a run
 # whose extraction stops at its first entry less a run that extracts nothing.
-# Each way runs <rounds> times (3 by default), alternating; the median counts.
+# Each way runs <rounds> times (3 by default), alternating; medians and the best
+# wall time are reported, and CPU time, which a busy machine moves less.
 # Every output is checked byte for byte against the source files.
 #
 #   bench/unrar-bench.sh [rounds]
@@ -85,20 +86,21 @@ cat > "$script_noop" <<EOF
 </commands></install>
 EOF
 
-seconds() { date +%s.%N; }
 calc() { awk "BEGIN { printf \"%.3f\", $1 }"; }
-declare -A times
+declare -A wall cpu
+# Wall time, and the CPU time (user + system) of the process and its children:
+# the second is little moved by whatever else the machine is doing.
 measure() {
-  local label=$1
+  local label=$1 result real user sys
   shift
   rm -rf "$out"
   mkdir -p "$out"
   sync
-  local start end
-  start=$(seconds)
-  "$@" >/dev/null
-  end=$(seconds)
-  times[$label]+="$(calc "$end - $start") "
+  local TIMEFORMAT='%R %U %S'
+  result=$({ time "$@" >/dev/null 2>&1; } 2>&1)
+  read -r real user sys <<<"$result"
+  wall[$label]+="$real "
+  cpu[$label]+="$(calc "$user + $sys") "
 }
 check() {
   diff -rq "$data" "$out" >/dev/null || {
@@ -107,6 +109,7 @@ check() {
   }
 }
 median() { tr ' ' '\n' | grep . | sort -g | awk '{ v[NR] = $1 } END { print v[int((NR + 1) / 2)] }'; }
+minimum() { tr ' ' '\n' | grep . | sort -g | head -n 1; }
 
 wine_run "$build/bin/Installer.exe" "$(windows_path "$script_noop")"  # a warm wineserver
 for round in $(seq 1 "$rounds"); do
@@ -123,25 +126,33 @@ done
 "$root/tools/wine-run.sh" --stop "$prefix"
 rm -rf "$out" "$bench/blocked"
 
-native=$(echo "${times[native]}" | median)
-exe=$(echo "${times[exe]}" | median)
-command=$(echo "${times[command]}" | median)
-sizepass=$(echo "${times[sizepass]}" | median)
-noop=$(echo "${times[noop]}" | median)
-first=$(calc "$sizepass - $noop")
+row() {
+  printf '| %s | %.2f | %.2f | %.2f |\n' "$1" "$(median <<<"${wall[$2]}")" "$(minimum <<<"${wall[$2]}")" \
+    "$(median <<<"${cpu[$2]}")"
+}
+share() {  # percent of $2 over $3, on medians of the given measure
+  local -n measure=$1
+  calc "($(median <<<"${measure[$2]}") - $(median <<<"${measure[$3]}")) * 100 / $(median <<<"${measure[$3]}")"
+}
+first_pass() {  # the stopped run less the idle one, as a percent of the command
+  local -n measure=$1
+  calc "($(median <<<"${measure[sizepass]}") - $(median <<<"${measure[noop]}")) * 100 / $(median <<<"${measure[command]}")"
+}
 
 echo
-echo "Archive: $files files, $((bytes / 1000000)) MB unpacked, $((archive_bytes / 1000000)) MB packed; $rounds rounds, medians"
+echo "Archive: $files files, $((bytes / 1000000)) MB unpacked, $((archive_bytes / 1000000)) MB packed; $rounds rounds"
 echo "Machine: $(nproc) cores, $(lscpu | sed -n 's/^Model name: *//p'), $(free -g | awk '/^Mem:/ {print $2}') GB," \
      "$(uname -sr), $(WINEDEBUG=-all wine --version 2>/dev/null), unrar-nonfree $(ls "$build/unrar" | grep -E '^[0-9]' | sort -V | tail -n 1)"
+echo "Load average at the end: $(cut -d' ' -f1-3 /proc/loadavg)"
 echo
-echo "| way | seconds | runs |"
-echo "|---|---|---|"
-printf '| native `unrar x` (Linux) | %.2f | %s|\n' "$native" "${times[native]}"
-printf '| `unrar.exe` under Wine | %.2f | %s|\n' "$exe" "${times[exe]}"
-printf '| `Unrar` command through `Installer.exe` | %.2f | %s|\n' "$command" "${times[command]}"
-printf '| engine with nothing to do | %.2f | %s|\n' "$noop" "${times[noop]}"
-printf '| first pass (size sum) | %.2f | stopped run less the idle one |\n' "$first"
+echo "| way | wall median (s) | wall best (s) | CPU median (s) |"
+echo "|---|---|---|---|"
+row 'native `unrar x` (Linux)' native
+row '`unrar.exe` under Wine' exe
+row '`Unrar` command through `Installer.exe`' command
+row 'first pass, one open and one header (stopped run)' sizepass
+row 'engine with nothing to do' noop
 echo
-printf 'Command against unrar.exe: %+.1f %%; first pass: %.1f %% of the command.\n' \
-  "$(calc "($command - $exe) * 100 / $exe")" "$(calc "$first * 100 / $command")"
+printf 'Command against unrar.exe: %+.1f %% wall, %+.1f %% CPU.\n' "$(share wall command exe)" "$(share cpu command exe)"
+printf 'First pass (stopped run less the idle one): %.1f %% of the command wall, %.1f %% CPU.\n' \
+  "$(first_pass wall)" "$(first_pass cpu)"
