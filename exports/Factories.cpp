@@ -30,6 +30,7 @@
 #include "files/ShortcutCommand.h"
 #include "files/UndoMoveFileExCommand.h"
 #include "files/WriteIEADSCommand.h"
+#include "files/UnrarCommand.h"
 
 #define COMMAND_FACTORY(Class) \
   extern "C" CInstallCommand* Get##Class() { return new (std::nothrow) Class(); }
@@ -46,6 +47,7 @@ COMMAND_FACTORY(CVltCommandLineParserCommand)
 COMMAND_FACTORY(CVltMessageBoxCommand)
 COMMAND_FACTORY(CVltSetErrorCommand)
 COMMAND_FACTORY(CVltUpdateProgressCommand)
+COMMAND_FACTORY(CUnrarCommand)
 COMMAND_FACTORY(CWaitForHandleCommand)
 COMMAND_FACTORY(CRegCreateKeyCommand)
 COMMAND_FACTORY(CRegDeleteKeyCommand)

@@ -1,0 +1,78 @@
+#include "files/UnrarLibrary.h"
+
+#include <string>
+
+namespace {
+
+// Guards the library and the binding below. A slim lock needs no initialisation,
+// so nothing has to run in the library entry.
+SRWLOCK g_unrarLock = SRWLOCK_INIT;
+HMODULE g_unrarModule = nullptr;
+UnrarApi g_unrarApi = {};
+std::wstring g_unrarPath;
+
+// unrar64.dll beside the module that holds this code, whatever the process's
+// search path: the engine's folder need not be the plug-in's.
+std::wstring LibraryBesidePlugin() {
+  HMODULE self = nullptr;
+  if (!GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
+                          reinterpret_cast<LPCWSTR>(&LibraryBesidePlugin), &self)) {
+    return L"unrar64.dll";
+  }
+  std::wstring path(MAX_PATH, L'\0');
+  for (;;) {
+    DWORD length = GetModuleFileNameW(self, &path[0], static_cast<DWORD>(path.size()));
+    if (length == 0) return L"unrar64.dll";
+    if (length < path.size()) {
+      path.resize(length);
+      break;
+    }
+    path.resize(path.size() * 2);
+  }
+  size_t slash = path.find_last_of(L"\\/");
+  path.erase(slash == std::wstring::npos ? 0 : slash + 1);
+  return path + L"unrar64.dll";
+}
+
+template <class Fn>
+bool Bind(HMODULE module, const char* name, Fn* slot) {
+  *slot = reinterpret_cast<Fn>(reinterpret_cast<void*>(GetProcAddress(module, name)));
+  return *slot != nullptr;
+}
+
+// Called under the lock. The module stays loaded for the life of the process once
+// all its calls are found.
+DWORD BindLibrary() {
+  if (g_unrarModule != nullptr) return ERROR_SUCCESS;
+  if (g_unrarPath.empty()) g_unrarPath = LibraryBesidePlugin();
+  HMODULE module = LoadLibraryExW(g_unrarPath.c_str(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH);
+  if (module == nullptr) {
+    DWORD error = GetLastError();
+    return error != ERROR_SUCCESS ? error : ERROR_MOD_NOT_FOUND;
+  }
+  UnrarApi api = {};
+  if (!Bind(module, "RAROpenArchiveEx", &api.RAROpenArchiveEx) ||
+      !Bind(module, "RARCloseArchive", &api.RARCloseArchive) ||
+      !Bind(module, "RARReadHeaderEx", &api.RARReadHeaderEx) ||
+      !Bind(module, "RARProcessFile", &api.RARProcessFile) ||
+      !Bind(module, "RARProcessFileW", &api.RARProcessFileW)) {
+    FreeLibrary(module);
+    return ERROR_PROC_NOT_FOUND;
+  }
+  g_unrarApi = api;
+  g_unrarModule = module;
+  return ERROR_SUCCESS;
+}
+
+}  // namespace
+
+UnrarSession::UnrarSession() {
+  AcquireSRWLockExclusive(&g_unrarLock);
+  status_ = BindLibrary();
+}
+
+UnrarSession::~UnrarSession() { ReleaseSRWLockExclusive(&g_unrarLock); }
+
+const UnrarApi& UnrarSession::Api() const { return g_unrarApi; }
+
+const wchar_t* UnrarSession::LibraryPath() const { return g_unrarPath.c_str(); }
