@@ -11,8 +11,10 @@
 #include "engine/ForkCommand.h"
 #include "engine/JoinCommand.h"
 #include "frontend/CommandLineParserCommand.h"
+#include "frontend/ConsoleCommand.h"
 #include "frontend/MessageBox.h"
 #include "frontend/ProgressCommands.h"
+#include "frontend/VltInstallCommand.h"
 #include "probes/GuardCommands.h"
 #include "registry/RegCreateKeyCommand.h"
 #include "registry/RegDeleteKeyCommand.h"
@@ -44,6 +46,8 @@ COMMAND_FACTORY(CJoinCommand)
 COMMAND_FACTORY(CLoggerCommand)
 COMMAND_FACTORY(CSetEventCommand)
 COMMAND_FACTORY(CVltCommandLineParserCommand)
+COMMAND_FACTORY(CVltConsoleCommand)
+COMMAND_FACTORY(CVltInstallCommand)
 COMMAND_FACTORY(CVltMessageBoxCommand)
 COMMAND_FACTORY(CVltSetErrorCommand)
 COMMAND_FACTORY(CVltUpdateProgressCommand)

@@ -2,6 +2,7 @@
 // and an install script, walks the commands and returns int_ReturnCode.
 #include <windows.h>
 #include <objbase.h>
+#include <shlobj.h>
 
 #include <fcntl.h>
 #include <io.h>
@@ -60,6 +61,11 @@ void PutString(const char* name, const std::wstring& value) {
   auto* old = reinterpret_cast<CSelfFree*>(store.Get(name));
   store.Put(name, reinterpret_cast<StoreValue>(MakeString(value.c_str())));
   SelfFreeRelease(old);
+}
+
+void PutShellFolder(const char* name, int folder) {
+  wchar_t path[MAX_PATH] = {};
+  if (SHGetSpecialFolderPathW(nullptr, path, folder, FALSE)) PutString(name, std::wstring(path) + L"\\");
 }
 
 // A preset from the script or the command line. Names were checked to be int_ or
@@ -132,6 +138,10 @@ int Run(const HostOptions& options) {
   }
   PutString("String_CommandLine", GetCommandLineW());
   PutString("String_ApplicationPath", ModuleFolder());
+  // The shell folders scripts put links in, each with a trailing backslash.
+  PutShellFolder("String_CommonDesktopPath", CSIDL_COMMON_DESKTOPDIRECTORY);
+  PutShellFolder("String_CommonPrograms", CSIDL_COMMON_PROGRAMS);
+  PutShellFolder("String_CommonStartup", CSIDL_COMMON_STARTUP);
   if (options.autoAnswer) {
     // Runs without a desktop: every message is printed and answered at once. A
     // script's VltMessageBox would store the blocking provider; it is replaced.
