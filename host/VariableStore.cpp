@@ -18,7 +18,7 @@ StoreValue VariableStore::Get(const char* name) {
 
 void VariableStore::Put(const char* name, StoreValue value) {
   if (name == nullptr) return;
-  if (value != 0) {
+  {
     std::function<StoreValue(StoreValue)> filter;
     AcquireSRWLockShared(&lock_);
     auto found = filters_.find(name);

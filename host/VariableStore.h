@@ -28,7 +28,7 @@ class VariableStore {
   std::vector<std::pair<std::string, StoreValue>> Entries(const char* prefix);
   // Forgets every entry without releasing anything.
   void Clear();
-  // Passes every non-zero value Put under name through filter first. An empty
+  // Passes every value Put under name through filter first, 0 included. An empty
   // filter removes it.
   void SetPutFilter(const std::string& name, std::function<StoreValue(StoreValue)> filter);
 

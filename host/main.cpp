@@ -131,7 +131,7 @@ int Run(const HostOptions& options) {
     store.Put("SelfFree_LoggerApi", reinterpret_cast<StoreValue>(trace));
     // A logger the script publishes later is wrapped so the trace goes on.
     store.SetPutFilter("SelfFree_LoggerApi", [trace](StoreValue value) {
-      if (value == reinterpret_cast<StoreValue>(trace)) return value;
+      if (value == 0 || value == reinterpret_cast<StoreValue>(trace)) return value;
       return reinterpret_cast<StoreValue>(new CTeeLogger(static_cast<ILoggerApi*>(trace),
                                                          reinterpret_cast<ILoggerApi*>(value)));
     });
@@ -148,7 +148,9 @@ int Run(const HostOptions& options) {
     uint32_t answer = options.answer;
     store.Put("MessageBox", reinterpret_cast<StoreValue>(new CAutoAnswerMessageBox(answer)));
     store.SetPutFilter("MessageBox", [answer](StoreValue value) {
-      if (dynamic_cast<CAutoAnswerMessageBox*>(reinterpret_cast<CSelfFree*>(value)) != nullptr) return value;
+      if (value == 0 || dynamic_cast<CAutoAnswerMessageBox*>(reinterpret_cast<CSelfFree*>(value)) != nullptr) {
+        return value;
+      }
       reinterpret_cast<CSelfFree*>(value)->Free();
       return reinterpret_cast<StoreValue>(new CAutoAnswerMessageBox(answer));
     });

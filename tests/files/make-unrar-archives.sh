@@ -11,6 +11,7 @@
 #   badheader.rar   stored good.txt, after.txt; one byte of after.txt's header flipped
 #   truncated.rar   compressed.rar cut in the middle of its data
 #   many.rar        400 small files, for cancelling
+#   single.rar      one file, payload.bin
 #   big.rar         small.bin (1 KiB), then huge.bin (4 GiB + 1 KiB of zeros); kept
 #                   from run to run, as packing 4 GiB takes rar a while
 set -euo pipefail
@@ -82,6 +83,11 @@ head -c $((size * 3 / 5)) compressed.rar > truncated.rar
 mkdir -p many
 for i in $(seq -w 1 400); do head -c 2048 /dev/urandom > "many/file-$i.bin"; done
 (cd many && rar a -m0 ../many.rar .)
+
+# One entry only, for the built-in install sequence's progress.
+mkdir -p single
+head -c 5000 /dev/urandom > single/payload.bin
+(cd single && rar a ../single.rar payload.bin)
 
 # Sizes past 32 bits: the huge file is sparse, so only rar's time is spent.
 if [ -f "$out.big.rar" ]; then
