@@ -15,11 +15,13 @@ root=$(cd "$(dirname "$0")/.." && pwd)
 build=${BUILD_DIR:-$root/build}
 action=${1:-install}
 [ $# -gt 0 ] && shift
-"$root/tools/build.sh" >/dev/null
+# DEMO_SKIP_BUILD=1 uses the build as it is (the tests run the demo that way);
+# DEMO_PREFIX names another Wine prefix.
+[ "${DEMO_SKIP_BUILD:-0}" = 1 ] || "$root/tools/build.sh" >/dev/null
 
 winpath() { echo "Z:$1" | tr / '\\'; }
 wine_run() { "$root/tools/wine-run.sh" "$prefix" "$@"; }
-prefix=$build/demo-prefix
+prefix=${DEMO_PREFIX:-$build/demo-prefix}
 dist=$build/demo/dist
 
 if [ "$action" = languages ]; then

@@ -297,3 +297,53 @@ TEST_F(FrontendTest, SetErrorKeepsAnEarlierReasonWhenItHasNone) {
   ASSERT_EQ(Run(both), 0);
   EXPECT_EQ(StringVar("String_InstallFailReason"), L"literal");
 }
+
+namespace {
+
+std::wstring Environment(const wchar_t* name) {
+  wchar_t value[256] = {};
+  return GetEnvironmentVariableW(name, value, 256) > 0 ? value : L"";
+}
+
+// Runs this program again as a child that executes only the given test, with the
+// environment it inherits; its exit code, or ~0 when it did not end in 30 s.
+DWORD RunChildTest(const wchar_t* filter) {
+  wchar_t self[MAX_PATH] = {};
+  GetModuleFileNameW(nullptr, self, MAX_PATH);
+  std::wstring line = L"\"" + std::wstring(self) + L"\" --gtest_filter=" + filter;
+  STARTUPINFOW startup = {sizeof(startup)};
+  PROCESS_INFORMATION process = {};
+  if (!CreateProcessW(nullptr, &line[0], nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup, &process)) return ~0u;
+  DWORD code = ~0u;
+  if (WaitForSingleObject(process.hProcess, 30000) == WAIT_OBJECT_0) GetExitCodeProcess(process.hProcess, &code);
+  CloseHandle(process.hProcess);
+  CloseHandle(process.hThread);
+  return code;
+}
+
+}  // namespace
+
+// The child's side of the next test: it is a second instance started by a copy
+// of the same program.
+TEST_F(FrontendTest, ChildInstanceRunsTheGuard) {
+  std::wstring name = Environment(L"GUARD_CHILD_EVENT");
+  if (name.empty()) GTEST_SKIP() << "only run as the child of SecondInstanceStartedByTheFirst";
+  SetString("String_GuardName", name.c_str());
+  CInstallCommand* guard = Add(L"<ForceSingleInstance index='1' eventName='[GuardName]' ignoreInstallerParent='" +
+                               Environment(L"GUARD_CHILD_IGNORE") + L"'/>");
+  int32_t expected = Environment(L"GUARD_CHILD_IGNORE") == L"1" ? 0 : 1359;
+  EXPECT_EQ(Run(guard), expected);
+}
+
+TEST_F(FrontendTest, SecondInstanceStartedByTheFirstPassesOnlyWhenAllowed) {
+  std::wstring name = L"GuardParent" + std::to_wstring(GetCurrentProcessId());
+  SetString("String_GuardName", name.c_str());
+  ASSERT_EQ(Run(Add(L"<ForceSingleInstance index='1' eventName='[GuardName]'/>")), 0) << "the first instance";
+  SetEnvironmentVariableW(L"GUARD_CHILD_EVENT", name.c_str());
+  SetEnvironmentVariableW(L"GUARD_CHILD_IGNORE", L"1");
+  EXPECT_EQ(RunChildTest(L"FrontendTest.ChildInstanceRunsTheGuard"), 0u) << "same image: passes";
+  SetEnvironmentVariableW(L"GUARD_CHILD_IGNORE", L"0");
+  EXPECT_EQ(RunChildTest(L"FrontendTest.ChildInstanceRunsTheGuard"), 0u) << "the child expects its refusal";
+  SetEnvironmentVariableW(L"GUARD_CHILD_EVENT", nullptr);
+  SetEnvironmentVariableW(L"GUARD_CHILD_IGNORE", nullptr);
+}
