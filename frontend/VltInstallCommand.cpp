@@ -5,6 +5,7 @@
 #include <shobjidl.h>
 
 #include <cwchar>
+#include <memory>
 
 #include "engine/Bounded.h"
 #include "engine/Log.h"
@@ -36,6 +37,26 @@ class ScHandle {
  private:
   SC_HANDLE handle_;
 };
+
+// Opens the archive with a comment buffer, the command as user data and no
+// callback. On a failed open the handle, if any, is closed and null comes back
+// with the open result in *result.
+HANDLE OpenPackage(const UnrarApi& rar, const wchar_t* archive, unsigned int mode, void* command, int32_t* result) {
+  char comment[kUnrarCommentBufferSize];
+  RAROpenArchiveDataEx open = {};
+  open.ArcNameW = const_cast<wchar_t*>(archive);
+  open.OpenMode = mode;
+  open.CmtBuf = comment;
+  open.CmtBufSize = sizeof(comment);
+  open.UserData = reinterpret_cast<LPARAM>(command);
+  HANDLE handle = rar.RAROpenArchiveEx(&open);
+  *result = static_cast<int32_t>(open.OpenResult);
+  if (*result != 0 && handle != nullptr) {
+    rar.RARCloseArchive(handle);
+    handle = nullptr;
+  }
+  return handle;
+}
 
 }  // namespace
 
@@ -122,24 +143,15 @@ int32_t CVltInstallCommand::SumUnpackedSize(const wchar_t* archive, int64_t* tot
   UnrarSession session;
   if (session.Status() != 0) return static_cast<int32_t>(session.Status());
   const UnrarApi& rar = session.Api();
-  char comment[kUnrarCommentBufferSize];
-  RAROpenArchiveDataEx open = {};
-  open.ArcNameW = const_cast<wchar_t*>(archive);
-  open.OpenMode = RAR_OM_LIST;
-  open.CmtBuf = comment;
-  open.CmtBufSize = sizeof(comment);
-  open.UserData = reinterpret_cast<LPARAM>(this);
-  HANDLE handle = rar.RAROpenArchiveEx(&open);
-  if (open.OpenResult != 0) {
-    if (handle != nullptr) rar.RARCloseArchive(handle);
-    return static_cast<int32_t>(open.OpenResult);
-  }
-  RARHeaderDataEx* header = new RARHeaderDataEx();
-  while (rar.RARReadHeaderEx(handle, header) == ERAR_SUCCESS) {
+  int32_t result = 0;
+  HANDLE handle = OpenPackage(rar, archive, RAR_OM_LIST, this, &result);
+  if (result != 0) return result;
+  // The header is 10 KiB: it lives on the heap, not on the stack.
+  std::unique_ptr<RARHeaderDataEx> header(new RARHeaderDataEx());
+  while (rar.RARReadHeaderEx(handle, header.get()) == ERAR_SUCCESS) {
     *total += UnrarEntrySize(*header);
     if (rar.RARProcessFile(handle, RAR_SKIP, nullptr, nullptr) != 0) break;
   }
-  delete header;
   rar.RARCloseArchive(handle);
   return 0;
 }
@@ -156,22 +168,12 @@ int32_t CVltInstallCommand::ExtractPackage(const wchar_t* archive, const wchar_t
   UnrarSession session;
   if (session.Status() != 0) return static_cast<int32_t>(session.Status());
   const UnrarApi& rar = session.Api();
-  char comment[kUnrarCommentBufferSize];
-  RAROpenArchiveDataEx open = {};
-  open.ArcNameW = const_cast<wchar_t*>(archive);
-  open.OpenMode = RAR_OM_EXTRACT;
-  open.CmtBuf = comment;
-  open.CmtBufSize = sizeof(comment);
-  open.UserData = reinterpret_cast<LPARAM>(this);
-  HANDLE handle = rar.RAROpenArchiveEx(&open);
-  if (open.OpenResult != 0) {
-    if (handle != nullptr) rar.RARCloseArchive(handle);
-    return static_cast<int32_t>(open.OpenResult);
-  }
-  RARHeaderDataEx* header = new RARHeaderDataEx();
+  HANDLE handle = OpenPackage(rar, archive, RAR_OM_EXTRACT, this, &result);
+  if (result != 0) return result;
+  std::unique_ptr<RARHeaderDataEx> header(new RARHeaderDataEx());
   int64_t done = 0;
   result = 0;
-  while (rar.RARReadHeaderEx(handle, header) == ERAR_SUCCESS) {
+  while (rar.RARReadHeaderEx(handle, header.get()) == ERAR_SUCCESS) {
     done += UnrarEntrySize(*header);
     int processed = rar.RARProcessFileW(handle, RAR_EXTRACT, const_cast<wchar_t*>(target), nullptr);
     if (processed != 0) {
@@ -184,12 +186,10 @@ int32_t CVltInstallCommand::ExtractPackage(const wchar_t* archive, const wchar_t
     if (cancelHandle != INVALID_HANDLE_VALUE && WaitForSingleObject(cancelHandle, 0) == WAIT_OBJECT_0) {
       // The archive is closed here too, so the library is left ready for the next
       // user.
-      delete header;
       rar.RARCloseArchive(handle);
       return ERROR_CANCELLED;
     }
   }
-  delete header;
   rar.RARCloseArchive(handle);
   return result;
 }

@@ -4,63 +4,12 @@
 
 #include <string>
 
+#include "diagnostics/XmlDom.h"
 #include "engine/InstallCommand.h"
 
 namespace {
 
-// mingw declares these but does not define them.
-const CLSID kClsidDomDocument30 = {0xF5078F32, 0xC551, 0x11D3, {0x89, 0xB9, 0x00, 0x00, 0xF8, 0x1F, 0xE2, 0x21}};
-const IID kIidXmlDomDocument = {0x2933BF81, 0x7B36, 0x11D2, {0xB2, 0x0E, 0x00, 0xC0, 0x4F, 0x98, 0x3E, 0x60}};
-
 typedef CInstallCommand* (*CommandFactory)();
-
-// Owns one COM reference.
-template <class T>
-class ComRef {
- public:
-  ComRef() = default;
-  ~ComRef() { Reset(); }
-  ComRef(const ComRef&) = delete;
-  ComRef& operator=(const ComRef&) = delete;
-  T** Out() {
-    Reset();
-    return &ptr_;
-  }
-  T* operator->() const { return ptr_; }
-  T* Get() const { return ptr_; }
-  T* Detach() {
-    T* ptr = ptr_;
-    ptr_ = nullptr;
-    return ptr;
-  }
-  void Reset() {
-    if (ptr_ != nullptr) ptr_->Release();
-    ptr_ = nullptr;
-  }
-
- private:
-  T* ptr_ = nullptr;
-};
-
-// Owns one system string.
-class Bstr {
- public:
-  Bstr() = default;
-  explicit Bstr(const wchar_t* text) : text_(SysAllocString(text)) {}
-  ~Bstr() { SysFreeString(text_); }
-  Bstr(const Bstr&) = delete;
-  Bstr& operator=(const Bstr&) = delete;
-  BSTR* Out() {
-    SysFreeString(text_);
-    text_ = nullptr;
-    return &text_;
-  }
-  operator BSTR() const { return text_; }
-  std::wstring Str() const { return text_ != nullptr ? std::wstring(text_) : std::wstring(); }
-
- private:
-  BSTR text_ = nullptr;
-};
 
 std::wstring AttributeText(IXMLDOMElement* element, const wchar_t* name, bool* present) {
   Bstr attributeName(name);
@@ -100,7 +49,7 @@ void ReleaseAll(std::vector<IXMLDOMElement*>* elements) {
 std::wstring NodeName(IXMLDOMNode* node) {
   Bstr name;
   node->get_nodeName(name.Out());
-  return name.Str();
+  return name.Text();
 }
 
 bool ReadVariables(IXMLDOMElement* section, const std::wstring& path, LoadedScript* script, std::wstring* error) {
@@ -215,7 +164,7 @@ bool LoadDocument(const std::wstring& path, const std::wstring* text, ComRef<IXM
     long line = 0;
     parseError->get_reason(why.Out());
     parseError->get_line(&line);
-    reason = why.Str();
+    reason = why.Text();
     while (!reason.empty() && (reason.back() == L'\n' || reason.back() == L'\r')) reason.pop_back();
     if (line > 0) reason += L" at line " + std::to_wstring(line);
   }

@@ -1,14 +1,10 @@
 #include "tests/support/PluginFixture.h"
 
+#include "diagnostics/XmlDom.h"
 #include "host/HostServices.h"
 #include "host/ScriptLoader.h"
 #include "host/Shutdown.h"
 #include "host/VariableStore.h"
-
-namespace {
-const CLSID kClsidDomDocument30 = {0xF5078F32, 0xC551, 0x11D3, {0x89, 0xB9, 0x00, 0x00, 0xF8, 0x1F, 0xE2, 0x21}};
-const IID kIidXmlDomDocument = {0x2933BF81, 0x7B36, 0x11D2, {0xB2, 0x0E, 0x00, 0xC0, 0x4F, 0x98, 0x3E, 0x60}};
-}  // namespace
 
 HMODULE Plugin() {
   static HMODULE plugin = LoadLibraryW(L"InstallCommands.dll");
