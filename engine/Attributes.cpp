@@ -57,6 +57,13 @@ HRESULT AttributeReader::ReadCopy(const wchar_t* name, wchar_t** copy) {
   return hr;
 }
 
+HRESULT AttributeReader::ReadCopy(const wchar_t* name, ScopedText& copy) {
+  wchar_t* text = nullptr;
+  HRESULT hr = ReadText(name, &text);
+  if (hr == S_OK) copy = CopyText(text);
+  return hr;
+}
+
 char* NarrowText(const wchar_t* text) {
   if (text == nullptr) return nullptr;
   int bytes = WideCharToMultiByte(CP_ACP, 0, text, -1, nullptr, 0, nullptr, nullptr);

@@ -17,6 +17,7 @@
 #include <vector>
 
 #include "engine/HostInterfaces.h"
+#include "engine/ScopedHandle.h"
 
 class AttributeReader {
  public:
@@ -37,6 +38,7 @@ class AttributeReader {
   HRESULT ReadNumber(const wchar_t* name, int32_t* value);
   // A private copy of the text (free with free). An earlier copy in *copy is freed.
   HRESULT ReadCopy(const wchar_t* name, wchar_t** copy);
+  HRESULT ReadCopy(const wchar_t* name, ScopedText& copy);
 
  private:
   IXMLDOMNamedNodeMap* attributes_;

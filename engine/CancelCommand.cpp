@@ -10,12 +10,13 @@ int32_t CCancelCommand::Load(IXMLDOMNamedNodeMap* attributes) {
 }
 
 int32_t CCancelCommand::Execute(HANDLE, CRITICAL_SECTION* storeLock) {
-  if (!EnterGuard(kTag)) return kStatusBusy;
-  LogMessage(L"%i: %s Begin execute, threadId=%i.\n", index, kTag, threadId);
+  ExecuteFrame frame(*this, kFrame);
+  if (!frame.Entered()) return frame.Busy();
+  LogMessage(enginetext::kThreadBegin, index, kTag, threadId);
   ThreadInfoType* info = FindThreadInfo(index, kTag, threadId, 0, storeLock);
   // Winning the exchange means the chain never ran and never will: release any
   // Join that waits for it.
   if (InterlockedExchange(&info->started, 1) == 0) SetEvent(info->joinEvent);
   SetEvent(info->cancelEvent);
-  return FinishExecute(kTag, kStatusOk);
+  return frame.Done();
 }

@@ -6,24 +6,14 @@
 
 #include "engine/Log.h"
 #include "engine/Store.h"
-
-CEventVarCommand::~CEventVarCommand() {
-  free(eventVar);
-  eventVar = nullptr;
-}
+#include "engine/VarName.h"
 
 HRESULT CEventVarCommand::ReadEventVar(AttributeReader& reader) {
   wchar_t* text = nullptr;
   HRESULT hr = reader.ReadText(L"eventVar", &text);
   if (hr != S_OK) return hr;
-  free(eventVar);
-  eventVar = MakeVarNameW("HANDLE_", text);
-  return eventVar != nullptr ? S_OK : static_cast<HRESULT>(kStatusMissingAttribute);
-}
-
-CCreateEventCommand::~CCreateEventCommand() {
-  free(eventName);
-  eventName = nullptr;
+  eventVar = VarName("HANDLE_", text);
+  return eventVar ? S_OK : static_cast<HRESULT>(kStatusMissingAttribute);
 }
 
 int32_t CCreateEventCommand::Load(IXMLDOMNamedNodeMap* attributes) {
@@ -31,7 +21,7 @@ int32_t CCreateEventCommand::Load(IXMLDOMNamedNodeMap* attributes) {
   AttributeReader reader(attributes);
   HRESULT hr = ReadEventVar(reader);
   if (hr != S_OK) return hr;
-  reader.ReadCopy(L"eventName", &eventName);
+  reader.ReadCopy(L"eventName", eventName);
   int32_t number = 0;
   if (reader.ReadNumber(L"initialState", &number) == S_OK) initialState = number == 1;
   if (reader.ReadNumber(L"manualReset", &number) == S_OK) manualReset = number == 1;
@@ -39,19 +29,19 @@ int32_t CCreateEventCommand::Load(IXMLDOMNamedNodeMap* attributes) {
 }
 
 int32_t CCreateEventCommand::Execute(HANDLE, CRITICAL_SECTION*) {
-  if (!EnterGuard(kTag)) return kStatusBusy;
-  LogBegin(kTag);
+  ExecuteFrame frame(*this, kFrame);
+  if (!frame.Entered()) return frame.Busy();
   // A named event that exists already is opened, and keeps its own reset mode and
   // state.
-  HANDLE event = CreateEventW(nullptr, manualReset, initialState, eventName);
+  HANDLE event = CreateEventW(nullptr, manualReset, initialState, eventName.Get());
   if (event == nullptr) {
-    LogMessage(L"Failed creating event!\n");
-    return kStatusOk;
+    LogMessage(enginetext::kEventCreateFailed);
+    return frame.KeepLock();
   }
-  HANDLE previous = reinterpret_cast<HANDLE>(StoreGet(eventVar));
-  if (previous != nullptr) CloseHandle(previous);
-  StorePutObject(eventVar, event);
-  return FinishExecute(kTag, kStatusOk);
+  // The store's value is the store's; the one it replaces is closed here.
+  ScopedKernelHandle previous(reinterpret_cast<HANDLE>(StoreGet(eventVar.Get())));
+  StorePutObject(eventVar.Get(), event);
+  return frame.Done();
 }
 
 int32_t CSetEventCommand::Load(IXMLDOMNamedNodeMap* attributes) {
@@ -61,15 +51,15 @@ int32_t CSetEventCommand::Load(IXMLDOMNamedNodeMap* attributes) {
 }
 
 int32_t CSetEventCommand::Execute(HANDLE, CRITICAL_SECTION*) {
-  if (!EnterGuard(kTag)) return kStatusBusy;
-  LogBegin(kTag);
-  HANDLE event = reinterpret_cast<HANDLE>(StoreGet(eventVar));
+  ExecuteFrame frame(*this, kFrame);
+  if (!frame.Entered()) return frame.Busy();
+  HANDLE event = reinterpret_cast<HANDLE>(StoreGet(eventVar.Get()));
   if (event == nullptr) {
-    LogMessage(L"%S doesn't contain an event to set!\n", eventVar);
-    return kStatusOk;
+    LogMessage(enginetext::kNoEventToSet, eventVar.Get());
+    return frame.KeepLock();
   }
   SetEvent(event);
-  return FinishExecute(kTag, kStatusOk);
+  return frame.Done();
 }
 
 int32_t CWaitForHandleCommand::Load(IXMLDOMNamedNodeMap* attributes) {
@@ -88,12 +78,12 @@ int32_t CWaitForHandleCommand::Load(IXMLDOMNamedNodeMap* attributes) {
 }
 
 int32_t CWaitForHandleCommand::Execute(HANDLE cancelHandle, CRITICAL_SECTION*) {
-  if (!EnterGuard(kTag)) return kStatusBusy;
-  LogBegin(kTag);
-  HANDLE event = reinterpret_cast<HANDLE>(StoreGet(eventVar));
+  ExecuteFrame frame(*this, kFrame);
+  if (!frame.Entered()) return frame.Busy();
+  HANDLE event = reinterpret_cast<HANDLE>(StoreGet(eventVar.Get()));
   if (event == nullptr) {
-    LogMessage(L"%S doesn't contain an event to wait for!\n", eventVar);
-    return kStatusOk;
+    LogMessage(enginetext::kNoEventToWait, eventVar.Get());
+    return frame.KeepLock();
   }
   // Timeout, cancel and signal all go on in the same way: the outcome is not read.
   DWORD timeout = static_cast<DWORD>(waitAmount);
@@ -103,5 +93,5 @@ int32_t CWaitForHandleCommand::Execute(HANDLE cancelHandle, CRITICAL_SECTION*) {
   } else {
     WaitForSingleObject(event, timeout);
   }
-  return FinishExecute(kTag, kStatusOk);
+  return frame.Done();
 }

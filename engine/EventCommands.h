@@ -13,8 +13,7 @@
 // The eventVar attribute, stored as "HANDLE_<text>".
 class CEventVarCommand : public CInstallCommand {
  public:
-  ~CEventVarCommand();
-  char* eventVar = nullptr;
+  ScopedNarrowText eventVar;
 
   SELFFREE_DESTRUCTOR(CEventVarCommand)
 
@@ -25,14 +24,14 @@ class CEventVarCommand : public CInstallCommand {
 class CCreateEventCommand : public CEventVarCommand {
  public:
   static constexpr const wchar_t* kTag = L"CreateEvent";
+  static constexpr FrameStyle kFrame{kTag};
 
-  ~CCreateEventCommand();
   int32_t Execute(HANDLE cancelHandle, CRITICAL_SECTION* storeLock) override;
   int32_t Load(IXMLDOMNamedNodeMap* attributes) override;
 
   BOOL manualReset = FALSE;
   BOOL initialState = FALSE;
-  wchar_t* eventName = nullptr;
+  ScopedText eventName;
 
   SELFFREE_DESTRUCTOR(CCreateEventCommand)
 };
@@ -40,6 +39,7 @@ class CCreateEventCommand : public CEventVarCommand {
 class CSetEventCommand : public CEventVarCommand {
  public:
   static constexpr const wchar_t* kTag = L"SetEvent";
+  static constexpr FrameStyle kFrame{kTag};
 
   int32_t Execute(HANDLE cancelHandle, CRITICAL_SECTION* storeLock) override;
   int32_t Load(IXMLDOMNamedNodeMap* attributes) override;
@@ -50,6 +50,7 @@ class CSetEventCommand : public CEventVarCommand {
 class CWaitForHandleCommand : public CEventVarCommand {
  public:
   static constexpr const wchar_t* kTag = L"WaitForHandle";
+  static constexpr FrameStyle kFrame{kTag};
 
   int32_t Execute(HANDLE cancelHandle, CRITICAL_SECTION* storeLock) override;
   int32_t Load(IXMLDOMNamedNodeMap* attributes) override;

@@ -6,6 +6,7 @@
 #include <cstring>
 #include <cwchar>
 
+#include "engine/EngineTexts.h"
 #include "engine/InstallCommand.h"
 #include "engine/Log.h"
 #include "engine/SelfFree.h"
@@ -16,7 +17,7 @@ namespace {
 // The scan both routines share. Returns the new text, or null after logging why.
 // The output capacity is kept exact: each variable costs one reallocation to the
 // size the text will have once the rest of the source is copied.
-wchar_t* Expand(const wchar_t* source) {
+wchar_t* ExpandText(const wchar_t* source) {
   size_t capacity = wcslen(source) + 1;
   wchar_t* output = static_cast<wchar_t*>(calloc(capacity, sizeof(wchar_t)));
   if (output == nullptr) return nullptr;
@@ -29,7 +30,7 @@ wchar_t* Expand(const wchar_t* source) {
     }
     const wchar_t* close = wcschr(cursor, L']');
     if (close == nullptr) {
-      LogMessage(L"ExpandVariables: No terminating ']' character found for variable '%s'.\n", cursor);
+      LogMessage(enginetext::kNoClosingBracket, cursor);
       free(output);
       return nullptr;
     }
@@ -50,7 +51,7 @@ wchar_t* Expand(const wchar_t* source) {
     int converted = WideCharToMultiByte(CP_ACP, 0, wideName, static_cast<int>(fullLength), narrowName,
                                         static_cast<int>(fullLength), nullptr, nullptr);
     if (converted != static_cast<int>(fullLength)) {
-      LogMessage(L"ExpandVariables: Could not convert string '%s' to ASCII.\n", wideName);
+      LogMessage(enginetext::kNameNotAnsi, wideName);
       free(wideName);
       free(narrowName);
       free(output);
@@ -58,7 +59,7 @@ wchar_t* Expand(const wchar_t* source) {
     }
     CString* value = StoreGetString(narrowName);
     if (value == nullptr) {
-      LogMessage(L"ExpandVariables: No variable '%S' could be found.\n", narrowName);
+      LogMessage(enginetext::kNoVariable, narrowName);
       free(wideName);
       free(narrowName);
       free(output);
@@ -86,21 +87,39 @@ wchar_t* Expand(const wchar_t* source) {
 
 }  // namespace
 
+ScopedText Expand(const wchar_t* source, OnFailure policy, bool* expanded) {
+  if (expanded != nullptr) *expanded = true;
+  if (source == nullptr) return ScopedText();
+  ScopedText result(ExpandText(source));
+  if (result) return result;
+  if (expanded != nullptr) *expanded = false;
+  if (policy == OnFailure::KeepText) return CopyText(source);
+  if (policy == OnFailure::Stop) LogMessage(enginetext::kCannotExpand);
+  return ScopedText();
+}
+
+int32_t ExpandField(ScopedText& field, OnFailure policy, bool* expanded) {
+  bool done = true;
+  ScopedText result = Expand(field.Get(), policy == OnFailure::DropText ? OnFailure::DropText : OnFailure::KeepText,
+                             &done);
+  if (expanded != nullptr) *expanded = done;
+  if (!done && policy == OnFailure::Stop) {
+    LogMessage(enginetext::kCannotExpand);
+    return kStatusBusy;
+  }
+  if (done || policy == OnFailure::DropText) field = std::move(result);
+  return kStatusOk;
+}
+
 bool ExpandVariables(const wchar_t* source, wchar_t** result) {
-  *result = nullptr;
-  if (source == nullptr) return true;
-  *result = Expand(source);
-  return *result != nullptr;
+  bool expanded = true;
+  *result = Expand(source, OnFailure::DropText, &expanded).Release();
+  return expanded;
 }
 
 int32_t ExpandCommandString(wchar_t** field) {
-  if (*field == nullptr) return kStatusOk;
-  wchar_t* expanded = Expand(*field);
-  if (expanded == nullptr) {
-    LogMessage(L"Cannot expand command. Error\n");
-    return kStatusBusy;
-  }
-  free(*field);
-  *field = expanded;
-  return kStatusOk;
+  ScopedText text(*field);
+  int32_t status = ExpandField(text, OnFailure::Stop);
+  *field = text.Release();
+  return status;
 }

@@ -12,14 +12,15 @@ int32_t CForkCommand::Load(IXMLDOMNamedNodeMap* attributes) {
 }
 
 int32_t CForkCommand::Execute(HANDLE, CRITICAL_SECTION* storeLock) {
-  if (!EnterGuard(kTag)) return kStatusBusy;
-  LogMessage(L"%i: %s Begin execute, threadId=%i, threadStart=%i.\n", index, kTag, threadId, threadStart);
+  ExecuteFrame frame(*this, kFrame);
+  if (!frame.Entered()) return frame.Busy();
+  LogMessage(enginetext::kForkBegin, index, kTag, threadId, threadStart);
   ThreadInfoType* info = FindThreadInfo(index, kTag, threadId, threadStart, storeLock);
   if (InterlockedExchange(&info->started, 1) == 0) {
-    LogMessage(L"%i: %s Starting threadId=%i.\n", index, kTag, threadId);
+    LogMessage(enginetext::kForkStarting, index, kTag, threadId);
     // A Join or Cancel that came first made the record with no start of its own.
     info->threadStart = threadStart;
     info->threadHandle = CreateThread(nullptr, 0, ForkThreadProc, info, 0, nullptr);
   }
-  return FinishExecute(kTag, kStatusOk);
+  return frame.Done();
 }

@@ -8,6 +8,7 @@
 class CForkCommand : public CInstallCommand {
  public:
   static constexpr const wchar_t* kTag = L"Fork";
+  static constexpr FrameStyle kFrame{kTag, kFrameNoBeginLine};  // its begin line names the thread
 
   int32_t Execute(HANDLE cancelHandle, CRITICAL_SECTION* storeLock) override;
   int32_t Load(IXMLDOMNamedNodeMap* attributes) override;

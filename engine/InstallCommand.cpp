@@ -5,32 +5,24 @@
 
 #include "engine/Log.h"
 #include "engine/Store.h"
+#include "engine/VarName.h"
 
-CInstallCommand::CInstallCommand()
-    : index(-1), next(-1), executed(false), errVar(nullptr), execCondition(nullptr) {
-  InitializeCriticalSection(&lock);
-}
+CInstallCommand::CInstallCommand() : index(-1), next(-1), executed(false) { InitializeCriticalSection(&lock); }
 
-CInstallCommand::~CInstallCommand() {
-  DeleteCriticalSection(&lock);
-  free(errVar);
-  errVar = nullptr;
-  free(execCondition);
-  execCondition = nullptr;
-}
+CInstallCommand::~CInstallCommand() { DeleteCriticalSection(&lock); }
 
 int32_t CInstallCommand::GetIndex() { return index; }
 
 int32_t CInstallCommand::GetNextIndex() {
   // A skipped command is asked for its next index without having run; the warning
   // is the expected trace of every skipped first visit.
-  if (!executed) LogMessage(L"[InstallCommand] Warning: GetNextIndex called before Execute\n");
+  if (!executed) LogMessage(enginetext::kNextBeforeExecute);
   return next < 0 ? index + 1 : next;
 }
 
 int32_t CInstallCommand::Execute(HANDLE, CRITICAL_SECTION*) {
   if (!TryEnterCriticalSection(&lock)) {
-    LogMessage(L"[InstallCommand] Error: Multiple threads attempting execution\n");
+    LogMessage(enginetext::kBaseBusy);
     return kStatusBusy;
   }
   executed = true;
@@ -48,22 +40,16 @@ int32_t CInstallCommand::Load(IXMLDOMNamedNodeMap* attributes) {
   wchar_t* text = nullptr;
   HRESULT hr = reader.ReadText(L"errVar", &text);
   if (hr == S_OK) {
-    int size = WideCharToMultiByte(CP_ACP, 0, text, -1, nullptr, 0, nullptr, nullptr);
-    if (size == 0) return static_cast<int32_t>(GetLastError());
-    free(errVar);
-    errVar = static_cast<char*>(calloc(size + 1, 1));
-    if (WideCharToMultiByte(CP_ACP, 0, text, -1, errVar, size, nullptr, nullptr) == 0) {
-      DWORD error = GetLastError();
-      if (error != 0) return static_cast<int32_t>(error);
-    }
+    VarName name(text);
+    if (!name) return static_cast<int32_t>(GetLastError());
+    errVar = std::move(name);
   } else if (!reader.LastWasAbsent()) {
     return static_cast<int32_t>(hr);
   }
 
   hr = reader.ReadText(L"execCondition", &text);
   if (hr == S_OK) {
-    free(execCondition);
-    execCondition = MakeVarNameW("int_", text);
+    execCondition = VarName("int_", text);
   } else if (!reader.LastWasAbsent()) {
     return static_cast<int32_t>(hr);
   }
@@ -91,15 +77,13 @@ int32_t CInstallCommand::LoadIndexes(IXMLDOMNamedNodeMap* attributes) {
 }
 
 bool CInstallCommand::IsRequired() {
-  if (execCondition == nullptr) return true;
-  return StoreGet(execCondition) != 0;
+  if (!execCondition) return true;
+  return StoreGet(execCondition.Get()) != 0;
 }
 
 int32_t CInstallCommand::SetErrorVar() {
-  if (errVar == nullptr) return kStatusInvalidParameter;
-  char* name = MakeVarNameA("int_", errVar);
-  StorePut(name, 1);
-  free(name);
+  if (!errVar) return kStatusInvalidParameter;
+  StorePut(VarName("int_", errVar.Get()).Get(), 1);
   return kStatusOk;
 }
 
@@ -110,15 +94,15 @@ void CInstallCommand::LoadCommon(IXMLDOMNamedNodeMap* attributes) {
 
 bool CInstallCommand::EnterGuard(const wchar_t* tag) {
   if (TryEnterCriticalSection(&lock)) return true;
-  LogMessage(L"%i: %s Error: Multiple threads attempting execution.\n", index, tag);
+  LogMessage(enginetext::kBusy, index, tag);
   return false;
 }
 
-void CInstallCommand::LogBegin(const wchar_t* tag) { LogMessage(L"%i: %s Begin execute.\n", index, tag); }
+void CInstallCommand::LogBegin(const wchar_t* tag) { LogMessage(enginetext::kBegin, index, tag); }
 
 int32_t CInstallCommand::FinishExecute(const wchar_t* tag, int32_t status) {
   executed = true;
-  LogMessage(L"%i: %s End execute. Next command %i.\n", index, tag, GetNextIndex());
+  LogMessage(enginetext::kEnd, index, tag, GetNextIndex());
   LeaveCriticalSection(&lock);
   return status;
 }

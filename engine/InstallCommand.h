@@ -16,6 +16,9 @@
 #include <cstdint>
 
 #include "engine/Attributes.h"
+#include "engine/EngineTexts.h"
+#include "engine/ExecuteFrame.h"
+#include "engine/ScopedHandle.h"
 #include "engine/SelfFree.h"
 
 class CInstallCommand : public CSelfFree {
@@ -46,8 +49,8 @@ class CInstallCommand : public CSelfFree {
   int32_t index;
   int32_t next;
   bool executed;
-  char* errVar;         // bare name, no prefix
-  char* execCondition;  // full name, int_ included
+  ScopedNarrowText errVar;         // bare name, no prefix
+  ScopedNarrowText execCondition;  // full name, int_ included
   CRITICAL_SECTION lock;
 
   SELFFREE_DESTRUCTOR(CInstallCommand)
@@ -57,23 +60,8 @@ class CInstallCommand : public CSelfFree {
   // Load, on a reference of their own. Their failures are ignored, so a malformed
   // common attribute never fails a concrete command.
   void LoadCommon(IXMLDOMNamedNodeMap* attributes);
-
-  // The guard of Execute. Tries the lock without waiting; when another thread holds
-  // it, logs "Multiple threads attempting execution" with the tag and returns false
-  // (the caller returns 1359). The lock is re-entrant: the same thread passes.
+  // TRANSITIONAL: the old frame calls, until every command stands on ExecuteFrame.
   bool EnterGuard(const wchar_t* tag);
-  // The end of Execute: marks the command executed, logs the end line with the next
-  // index, leaves the lock and returns status.
   int32_t FinishExecute(const wchar_t* tag, int32_t status);
-  // Logs the standard begin line.
   void LogBegin(const wchar_t* tag);
-};
-
-// Status numbers of the command engine.
-enum : int32_t {
-  kStatusOk = 0,
-  kStatusMissingAttribute = 1,        // S_FALSE of an absent required attribute
-  kStatusInvalidParameter = 87,       // SetErrorVar without errVar
-  kStatusBusy = 1359,                 // the command runs on another thread
-  kStatusWrongArchitecture = 1633,
 };

@@ -9,14 +9,14 @@
 class CJoinCommand : public CInstallCommand {
  public:
   static constexpr const wchar_t* kTag = L"Join";
+  static constexpr FrameStyle kFrame{kTag, kFrameNoBeginLine};  // its begin line names the thread
 
-  ~CJoinCommand();
   int32_t Execute(HANDLE cancelHandle, CRITICAL_SECTION* storeLock) override;
   int32_t Load(IXMLDOMNamedNodeMap* attributes) override;
 
   int32_t threadId = 0;
-  char* condition = nullptr;
-  wchar_t* strValue = nullptr;
+  ScopedNarrowText condition;
+  ScopedText strValue;
   int32_t value = 0;
   bool hasValue = false;
   bool hasStrValue = false;

@@ -4,10 +4,12 @@
 #include <cstdlib>
 #include <cwchar>
 
+#include "engine/EngineTexts.h"
 #include "engine/HostInterfaces.h"
 #include "engine/InstallCommand.h"
 #include "engine/Log.h"
 #include "engine/Store.h"
+#include "engine/StoreNames.h"
 
 void ThreadInfoVarName(char (&name)[256], int32_t threadId) {
   snprintf(name, sizeof(name), "ThreadInfoType_ThreadId%i", threadId);
@@ -55,7 +57,7 @@ namespace {
 
 // Every way out of a chain: the last line, then the event a Join waits for.
 DWORD EndChain(ThreadInfoType* info) {
-  LogMessage(L"[ThreadId %i] Joining.\n", info->threadId);
+  LogMessage(enginetext::kChainJoining, info->threadId);
   SetEvent(info->joinEvent);
   return 0;
 }
@@ -69,34 +71,34 @@ DWORD WINAPI ForkThreadProc(LPVOID parameter) {
 
   // The index operator inserts an absent key with a null command into the
   // engine's map, without the store lock. It only happens on the way to an exit.
-  CommandMap& commands = *StoreGetObject<CommandMap>("commands");
+  CommandMap& commands = *StoreGetObject<CommandMap>(storename::kCommands);
   CInstallCommand* command = commands[info->threadStart];
   if (command == nullptr) {
-    LogMessage(L"[ThreadId %i] Entry command with index %i not found, ending.\n", info->threadId, info->threadStart);
+    LogMessage(enginetext::kChainNoEntry, info->threadId, info->threadStart);
     return EndChain(info);
   }
   for (;;) {
     if (info->cancelEvent != INVALID_HANDLE_VALUE && WaitForSingleObject(info->cancelEvent, 0) == WAIT_OBJECT_0) {
-      LogMessage(L"[ThreadId %i] cancel handle was signaled. Exiting\n", info->threadId);
+      LogMessage(enginetext::kChainCancelled, info->threadId);
       return EndChain(info);
     }
     if (command->IsRequired()) {
-      LogMessage(L"[ThreadId %i] Executing command %i.\n", info->threadId, command->GetIndex());
+      LogMessage(enginetext::kChainExecuting, info->threadId, command->GetIndex());
       if (command->Execute(info->cancelEvent, info->storeLock) != 0) {
-        LogMessage(L"[ThreadId %i] Command %i failed.\n", info->threadId, command->GetIndex());
+        LogMessage(enginetext::kChainFailed, info->threadId, command->GetIndex());
         return EndChain(info);
       }
     } else {
-      LogMessage(L"[ThreadId %i] Command %i not required.\n", info->threadId, command->GetIndex());
+      LogMessage(enginetext::kChainNotRequired, info->threadId, command->GetIndex());
     }
     int32_t nextIndex = command->GetNextIndex();
     if (nextIndex == 0) {
-      LogMessage(L"[ThreadId %i] Reached end command.\n", info->threadId);
+      LogMessage(enginetext::kChainEnd, info->threadId);
       return EndChain(info);
     }
     command = commands[nextIndex];
     if (command == nullptr) {
-      LogMessage(L"[ThreadId %i] Next command %i not found, ending.\n", info->threadId, nextIndex);
+      LogMessage(enginetext::kChainNoNext, info->threadId, nextIndex);
       return EndChain(info);
     }
   }
@@ -109,9 +111,9 @@ ThreadInfoType* FindThreadInfo(int32_t commandIndex, const wchar_t* tag, int32_t
   EnterCriticalSection(storeLock);
   ThreadInfoType* info = StoreGetObject<ThreadInfoType>(name);
   if (info != nullptr) {
-    LogMessage(L"%i: %s Found thread info for threadId=%i.\n", commandIndex, tag, threadId);
+    LogMessage(enginetext::kInfoFound, commandIndex, tag, threadId);
   } else {
-    LogMessage(L"%i: %s Creating thread info for threadId=%i.\n", commandIndex, tag, threadId);
+    LogMessage(enginetext::kInfoCreated, commandIndex, tag, threadId);
     info = CreateThreadInfo(threadId, storeLock, threadStart, L"");
     StorePutObject(name, info);
   }

@@ -5,7 +5,7 @@
 
 #include <cstdlib>
 
-#include "diagnostics/LogLibrary.h"
+#include "engine/LogLibrary.h"
 #include "files/FileTexts.h"
 #include "files/PathHelpers.h"
 

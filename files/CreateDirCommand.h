@@ -6,7 +6,7 @@
 // int_<errVar> (when errVar is given) and logs nothing more; one that another
 // process made a moment earlier is no failure. The command is never marked
 // executed, so GetNextIndex warns before its end line. Its lines are mirrored
-// into the second log sink (diagnostics/LogLibrary.h).
+// into the second log sink (engine/LogLibrary.h).
 #pragma once
 
 #include "engine/InstallCommand.h"

@@ -4,7 +4,7 @@
 
 #include <cstdlib>
 
-#include "diagnostics/LogLibrary.h"
+#include "engine/LogLibrary.h"
 #include "engine/Log.h"
 #include "files/FileTexts.h"
 #include "files/PathHelpers.h"

@@ -11,7 +11,7 @@
 //
 // The command has no execution guard, is never marked executed and returns 0:
 // failures show in the log only. Its main lines are mirrored into the second log
-// sink (diagnostics/LogLibrary.h).
+// sink (engine/LogLibrary.h).
 #pragma once
 
 #include "engine/InstallCommand.h"

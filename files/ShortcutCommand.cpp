@@ -8,7 +8,7 @@
 #include <cstdlib>
 #include <cwchar>
 
-#include "diagnostics/LogLibrary.h"
+#include "engine/LogLibrary.h"
 #include "engine/Bounded.h"
 #include "engine/Log.h"
 #include "engine/SelfFree.h"

@@ -8,7 +8,7 @@
 #include <regex>
 #include <thread>
 
-#include "diagnostics/LogLibrary.h"
+#include "engine/LogLibrary.h"
 #include "diagnostics/LogTransform.h"
 #include "diagnostics/LoggerApi.h"
 #include "diagnostics/LoggerCommand.h"

@@ -78,7 +78,7 @@ TEST_F(InstallCommandTest, ErrorVariableIsWrittenOnlyBySetErrorVar) {
   CInstallCommand* command = Runnable(L"index='1' errVar='Failed'");
   ASSERT_EQ(command->Execute(INVALID_HANDLE_VALUE, &storeLock_), 0);
   EXPECT_EQ(VariableStore::Instance().Get("int_Failed"), 0u) << "SetEvent never reports through errVar";
-  EXPECT_STREQ(command->errVar, "Failed");
+  EXPECT_STREQ(command->errVar.Get(), "Failed");
   EXPECT_EQ(command->SetErrorVar(), 0);
   EXPECT_EQ(VariableStore::Instance().Get("int_Failed"), 1u);
 
@@ -96,7 +96,7 @@ TEST_F(InstallCommandTest, RequiredAttributesFailLoadAndCommonOnesNever) {
   command->Free();
   command = CreateCommand(L"<SetEvent index='x' next='' errVar='' execCondition='' eventVar='E'/>", &status);
   EXPECT_EQ(status, 0);
-  EXPECT_STREQ(command->execCondition, "int_");
+  EXPECT_STREQ(command->execCondition.Get(), "int_");
   command->Free();
 }
 

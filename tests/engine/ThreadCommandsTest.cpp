@@ -250,10 +250,10 @@ TEST_F(ThreadCommandsTest, JoinKeepsTheExpandedTextForLaterVisits) {
   store.Put("String_Outer", reinterpret_cast<StoreValue>(MakeString(L"[Literal]")));
   auto* join = static_cast<CJoinCommand*>(Add(L"<Join index='2' threadId='11' condition='Answer' strValue='[Outer]'/>"));
   ASSERT_TRUE(ExecuteOnThread(join));
-  EXPECT_STREQ(join->strValue, L"[Literal]");
+  EXPECT_STREQ(join->strValue.Get(), L"[Literal]");
   EXPECT_TRUE(log_->Contains(L"2: Join ThreadId=11 joined.\n"));
   // The second visit expands "[Literal]", which names no variable.
   ASSERT_TRUE(ExecuteOnThread(join));
-  EXPECT_EQ(join->strValue, nullptr);
+  EXPECT_EQ(join->strValue.Get(), nullptr);
   EXPECT_TRUE(log_->Contains(L"2: Join ThreadId=11 not joining.\n"));
 }

@@ -57,6 +57,8 @@ const int32_t kLogLevelError = 4;
 
 // A mirrored logging site: LogMessage, then log.dll behind its gate.
 void MirrorLog(const char* function, const wchar_t* wideFunction, int32_t level, const wchar_t* format, ...);
+void MirrorLogV(const char* function, const wchar_t* wideFunction, int32_t level, const wchar_t* format,
+                va_list args);
 
 // The process-wide counts the gate reads; for tests.
 LONG LogLibraryStickyCount();

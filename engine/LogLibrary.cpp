@@ -1,4 +1,4 @@
-#include "diagnostics/LogLibrary.h"
+#include "engine/LogLibrary.h"
 
 #include <cstdlib>
 
@@ -104,6 +104,12 @@ void LogLibraryRef::Release() {
 void MirrorLog(const char* function, const wchar_t* wideFunction, int32_t level, const wchar_t* format, ...) {
   va_list args;
   va_start(args, format);
+  MirrorLogV(function, wideFunction, level, format, args);
+  va_end(args);
+}
+
+void MirrorLogV(const char* function, const wchar_t* wideFunction, int32_t level, const wchar_t* format,
+                va_list args) {
   va_list mirrored;
   va_copy(mirrored, args);
   LogMessageV(format, args);
@@ -120,7 +126,6 @@ void MirrorLog(const char* function, const wchar_t* wideFunction, int32_t level,
     reference.Release();
   }
   va_end(mirrored);
-  va_end(args);
 }
 
 LONG LogLibraryStickyCount() { return g_stickyCount; }
