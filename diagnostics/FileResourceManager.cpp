@@ -6,7 +6,7 @@
 #include <cwchar>
 #include <stdexcept>
 
-#include "diagnostics/XmlDom.h"
+#include "engine/XmlDom.h"
 #include "engine/Bounded.h"
 #include "engine/Log.h"
 #include "engine/Store.h"

@@ -17,7 +17,7 @@
 #include <map>
 #include <string>
 
-#include "diagnostics/ResourceManager.h"
+#include "engine/interfaces/ResourceManager.h"
 
 class CFileResourceManager : public IResourceManager {
  public:

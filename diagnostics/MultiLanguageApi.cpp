@@ -7,8 +7,8 @@
 #include <new>
 #include <string>
 
-#include "diagnostics/ResourceManager.h"
-#include "diagnostics/XmlDom.h"
+#include "engine/interfaces/ResourceManager.h"
+#include "engine/XmlDom.h"
 #include "engine/Bounded.h"
 #include "engine/Expand.h"
 #include "engine/Log.h"

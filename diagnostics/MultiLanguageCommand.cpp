@@ -5,7 +5,7 @@
 
 #include "diagnostics/MultiLanguageApi.h"
 #include "engine/Expand.h"
-#include "engine/HostInterfaces.h"
+#include "engine/interfaces/HostInterfaces.h"
 #include "engine/Log.h"
 #include "engine/Store.h"
 

@@ -16,7 +16,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "engine/HostInterfaces.h"
+#include "engine/interfaces/HostInterfaces.h"
 #include "engine/ScopedHandle.h"
 
 class AttributeReader {

@@ -5,7 +5,7 @@
 #include <cwchar>
 
 #include "engine/EngineTexts.h"
-#include "engine/HostInterfaces.h"
+#include "engine/interfaces/HostInterfaces.h"
 #include "engine/InstallCommand.h"
 #include "engine/Log.h"
 #include "engine/Store.h"

@@ -61,9 +61,3 @@ int32_t CVltMessageBoxCommand::Execute(HANDLE, CRITICAL_SECTION*) {
   StorePutObject("MessageBox", new (std::nothrow) CVltMessageBox());
   return FinishExecute(kTag, kStatusOk);
 }
-
-uint32_t ShowStoredMessage(const wchar_t* text, const wchar_t* title, uint32_t buttons, uint32_t icon) {
-  IMessageBoxProvider* provider = StoreGetObject<IMessageBoxProvider>("MessageBox");
-  if (provider == nullptr) return 0;
-  return provider->ShowMessage(text, title, buttons, icon, 0, 0);
-}

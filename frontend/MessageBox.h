@@ -7,7 +7,7 @@
 
 #include "engine/InstallCommand.h"
 #include "engine/SelfFree.h"
-#include "frontend/MessageBoxProvider.h"
+#include "engine/interfaces/MessageBoxProvider.h"
 
 // The MessageBoxW type for the installer's button and icon codes.
 UINT MessageBoxType(uint32_t buttons, uint32_t icon);
@@ -38,6 +38,3 @@ class CVltMessageBoxCommand : public CInstallCommand {
 
   SELFFREE_DESTRUCTOR(CVltMessageBoxCommand)
 };
-
-// Shows a message through the stored provider, if there is one; 0 otherwise.
-uint32_t ShowStoredMessage(const wchar_t* text, const wchar_t* title, uint32_t buttons, uint32_t icon);

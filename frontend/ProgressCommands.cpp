@@ -3,7 +3,7 @@
 #include <cstdlib>
 #include <cwchar>
 
-#include "diagnostics/ResourceManager.h"
+#include "engine/interfaces/ResourceManager.h"
 #include "engine/Log.h"
 #include "engine/Store.h"
 

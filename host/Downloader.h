@@ -23,7 +23,7 @@
 #include <string>
 #include <vector>
 
-#include "diagnostics/Downloader.h"
+#include "engine/interfaces/Downloads.h"
 
 class CDownloaderApi : public IDownloaderApi {
  public:

@@ -8,9 +8,9 @@
 #include <deque>
 #include <string>
 
-#include "engine/HostInterfaces.h"
+#include "engine/interfaces/HostInterfaces.h"
 #include "engine/Log.h"
-#include "frontend/MessageBoxProvider.h"
+#include "engine/interfaces/MessageBoxProvider.h"
 
 // The reference engine's scripts are plain text, so Decrypt gives the text back.
 // Each result is a copy that the decrypter keeps until it is freed, because a

@@ -2,8 +2,8 @@
 
 #include <vector>
 
-#include "diagnostics/MultiLanguageApi.h"
-#include "diagnostics/ResourceManager.h"
+#include "engine/interfaces/MultiLanguage.h"
+#include "engine/interfaces/ResourceManager.h"
 #include "host/VariableStore.h"
 
 namespace {

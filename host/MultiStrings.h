@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "engine/HostInterfaces.h"
+#include "engine/interfaces/HostInterfaces.h"
 
 class CMultiStringList : public MultiStringList {
  public:

@@ -4,7 +4,7 @@
 
 #include <string>
 
-#include "diagnostics/XmlDom.h"
+#include "engine/XmlDom.h"
 #include "engine/InstallCommand.h"
 
 namespace {

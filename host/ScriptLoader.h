@@ -26,7 +26,7 @@
 #include <utility>
 #include <vector>
 
-#include "engine/HostInterfaces.h"
+#include "engine/interfaces/HostInterfaces.h"
 
 struct LoadedScript {
   CommandMap* commands = nullptr;  // owned by the caller once loaded

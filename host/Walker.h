@@ -8,7 +8,7 @@
 
 #include <cstdint>
 
-#include "engine/HostInterfaces.h"
+#include "engine/interfaces/HostInterfaces.h"
 
 struct WalkOutcome {
   int32_t status = 0;           // the non-zero status that stopped the walk, or 0

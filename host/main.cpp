@@ -13,7 +13,7 @@
 #include <string>
 #include <vector>
 
-#include "diagnostics/ErrorApi.h"
+#include "engine/interfaces/ErrorCollector.h"
 #include "engine/SelfFree.h"
 #include "host/Downloader.h"
 #include "host/HostServices.h"

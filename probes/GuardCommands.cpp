@@ -4,12 +4,12 @@
 #include <cstring>
 #include <cwchar>
 
-#include "diagnostics/ResourceManager.h"
+#include "engine/interfaces/ResourceManager.h"
 #include "engine/Bounded.h"
 #include "engine/Expand.h"
 #include "engine/Log.h"
 #include "engine/Store.h"
-#include "frontend/MessageBox.h"
+#include "engine/interfaces/MessageBoxProvider.h"
 #include "probes/Platform.h"
 
 namespace {

@@ -6,7 +6,7 @@
 #include <cwchar>
 #include <new>
 
-#include "engine/HostInterfaces.h"
+#include "engine/interfaces/HostInterfaces.h"
 #include "engine/Log.h"
 #include "engine/SelfFree.h"
 #include "engine/Store.h"

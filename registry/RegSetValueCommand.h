@@ -24,7 +24,7 @@
 // hive and run, until the process ends.
 #pragma once
 
-#include "engine/HostInterfaces.h"
+#include "engine/interfaces/HostInterfaces.h"
 #include "engine/SelfFree.h"
 #include "registry/KeyAddressing.h"
 

@@ -7,7 +7,7 @@
 #include "engine/Expand.h"
 #include "engine/Log.h"
 #include "engine/Store.h"
-#include "probes/WinapiInterface.h"
+#include "engine/interfaces/WinapiInterface.h"
 
 namespace {
 

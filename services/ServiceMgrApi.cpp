@@ -3,7 +3,7 @@
 #include <string>
 
 #include "engine/Log.h"
-#include "probes/WinapiInterface.h"
+#include "engine/interfaces/WinapiInterface.h"
 
 namespace {
 

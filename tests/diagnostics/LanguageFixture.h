@@ -14,7 +14,7 @@
 #include <string>
 
 #include "diagnostics/MultiLanguageApi.h"
-#include "diagnostics/ResourceManager.h"
+#include "engine/interfaces/ResourceManager.h"
 #include "tests/support/PluginFixture.h"
 
 // The folder of the test program, with a trailing backslash.

@@ -4,7 +4,7 @@
 #include <map>
 #include <thread>
 
-#include "diagnostics/ResourceManager.h"
+#include "engine/interfaces/ResourceManager.h"
 #include "frontend/MessageBox.h"
 #include "host/VariableStore.h"
 #include "probes/GuardCommands.h"

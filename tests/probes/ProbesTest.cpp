@@ -9,7 +9,7 @@
 #include <string>
 
 #include "probes/Platform.h"
-#include "probes/WinapiInterface.h"
+#include "engine/interfaces/WinapiInterface.h"
 
 namespace {
 

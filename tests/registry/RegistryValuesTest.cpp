@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
-#include "engine/HostInterfaces.h"
+#include "engine/interfaces/HostInterfaces.h"
 #include "engine/SelfFree.h"
 #include "host/VariableStore.h"
 #include "tests/registry/RegistryFixture.h"

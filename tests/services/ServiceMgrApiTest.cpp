@@ -1,6 +1,6 @@
 // The service manager's interface called through raw slot numbers, as a caller
 // built by another compiler would, on a real service.
-#include "probes/WinapiInterface.h"
+#include "engine/interfaces/WinapiInterface.h"
 #include "services/ServiceMgrApi.h"
 #include "tests/services/RealService.h"
 #include "tests/support/PluginFixture.h"

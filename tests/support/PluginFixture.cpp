@@ -1,6 +1,6 @@
 #include "tests/support/PluginFixture.h"
 
-#include "diagnostics/XmlDom.h"
+#include "engine/XmlDom.h"
 #include "host/HostServices.h"
 #include "host/ScriptLoader.h"
 #include "host/Shutdown.h"

@@ -11,7 +11,7 @@
 #include <string>
 #include <vector>
 
-#include "engine/HostInterfaces.h"
+#include "engine/interfaces/HostInterfaces.h"
 #include "engine/InstallCommand.h"
 #include "tests/support/CaptureLogger.h"
 

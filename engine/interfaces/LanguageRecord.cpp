@@ -1,4 +1,4 @@
-#include "diagnostics/LanguageRecord.h"
+#include "engine/interfaces/LanguageRecord.h"
 
 #include <cstdlib>
 #include <cwchar>

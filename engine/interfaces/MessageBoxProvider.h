@@ -28,3 +28,5 @@ class IMessageBoxProvider : public CSelfFree {
   virtual void SetDefaultParent(uintptr_t window) = 0;  // slot 3
 };
 
+// Shows a message through the stored provider, if there is one; 0 otherwise.
+uint32_t ShowStoredMessage(const wchar_t* text, const wchar_t* title, uint32_t buttons, uint32_t icon);

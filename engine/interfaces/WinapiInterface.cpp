@@ -1,4 +1,4 @@
-#include "probes/WinapiInterface.h"
+#include "engine/interfaces/WinapiInterface.h"
 
 #include <new>
 

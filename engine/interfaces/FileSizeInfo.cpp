@@ -1,6 +1,6 @@
 #include <new>
 
-#include "diagnostics/Downloader.h"
+#include "engine/interfaces/Downloads.h"
 
 CFileSizeInfo::CFileSizeInfo() : platform(new CWinapiInterface()) {
   progressEvent = platform->CreateEventW(nullptr, FALSE, FALSE, nullptr);

@@ -16,7 +16,7 @@
 #include <cstdint>
 
 #include "engine/SelfFree.h"
-#include "probes/WinapiInterface.h"
+#include "engine/interfaces/WinapiInterface.h"
 
 // Statuses of a download. 2 and, for a package, 5 count as success.
 enum : uint32_t {

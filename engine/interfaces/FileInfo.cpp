@@ -2,7 +2,7 @@
 #include <cwchar>
 #include <new>
 
-#include "diagnostics/Downloader.h"
+#include "engine/interfaces/Downloads.h"
 
 namespace {
 
