@@ -1,26 +1,15 @@
 #include "files/CopyDirCommand.h"
 
-#include <cstdlib>
-#include <cwchar>
-
+#include "engine/Expand.h"
 #include "engine/Log.h"
-#include "files/FileTexts.h"
-#include "files/PathHelpers.h"
 #include "files/TreeWalkers.h"
-
-CCopyDirCommand::~CCopyDirCommand() {
-  free(sourceDir);
-  sourceDir = nullptr;
-  free(destinationDir);
-  destinationDir = nullptr;
-}
 
 int32_t CCopyDirCommand::Load(IXMLDOMNamedNodeMap* attributes) {
   LoadCommon(attributes);
   AttributeReader reader(attributes);
-  HRESULT hr = reader.ReadCopy(L"sourceDir", &sourceDir);
+  HRESULT hr = reader.ReadCopy(L"sourceDir", sourceDir);
   if (hr != S_OK) return hr;
-  hr = reader.ReadCopy(L"destinationDir", &destinationDir);
+  hr = reader.ReadCopy(L"destinationDir", destinationDir);
   if (hr != S_OK) return hr;
   int32_t number = 0;
   if (reader.ReadNumber(L"overwriteExistingFilesAndFolders", &number) == S_OK) overwrite = number != 0;
@@ -28,16 +17,21 @@ int32_t CCopyDirCommand::Load(IXMLDOMNamedNodeMap* attributes) {
 }
 
 int32_t CCopyDirCommand::Execute(HANDLE, CRITICAL_SECTION*) {
-  LogMessage(filetext::kCopyDirExecuting);
-  LogMessage(filetext::kCopyDirRoughSource, sourceDir);
-  LogMessage(filetext::kCopyDirRoughDestination, destinationDir);
-  wchar_t* source = ExpandOrCopy(sourceDir, filetext::kCopyDirSourceKept);
-  wchar_t* destination = ExpandOrCopy(destinationDir, filetext::kCopyDirDestinationKept);
-  LogMessage(filetext::kCopyDirPreparing, source, destination);
+  using namespace filetext;
+  ExecuteFrame frame(*this, kFrame);
+  LogMessage(kCopyDirExecuting);
+  LogMessage(kCopyDirRoughSource, sourceDir.Get());
+  LogMessage(kCopyDirRoughDestination, destinationDir.Get());
+  // A path that cannot be expanded (an unknown variable among them) is used with
+  // its brackets, after a line that blames it on there being nothing to expand.
+  bool expanded = true;
+  ScopedText source = Expand(sourceDir.Get(), OnFailure::KeepText, &expanded);
+  if (!expanded || !source) LogMessage(kCopyDirSourceKept);
+  ScopedText destination = Expand(destinationDir.Get(), OnFailure::KeepText, &expanded);
+  if (!expanded || !destination) LogMessage(kCopyDirDestinationKept);
+  LogMessage(kCopyDirPreparing, source.Get(), destination.Get());
   // The walk reports by its result only, and CopyDir goes on whatever it is.
-  CopyTree(source, destination, overwrite);
-  LogMessage(filetext::kCopyDirFinished);
-  free(source);
-  free(destination);
-  return kStatusOk;
+  CopyTree(source.Get(), destination.Get(), overwrite);
+  LogMessage(kCopyDirFinished);
+  return frame.Done(kStatusOk);
 }

@@ -9,16 +9,18 @@
 #pragma once
 
 #include "engine/InstallCommand.h"
+#include "files/FileTexts.h"
 
 class CCopyDirCommand : public CInstallCommand {
  public:
-  ~CCopyDirCommand();
+  static constexpr FrameStyle kFrame{filetext::kCopyDirTag, kFrameBare};  // no guard, no frame lines, never marked
+
   int32_t Execute(HANDLE cancelHandle, CRITICAL_SECTION* storeLock) override;
   // sourceDir and destinationDir are required.
   int32_t Load(IXMLDOMNamedNodeMap* attributes) override;
 
-  wchar_t* sourceDir = nullptr;
-  wchar_t* destinationDir = nullptr;
+  ScopedText sourceDir;
+  ScopedText destinationDir;
   bool overwrite = true;
 
   SELFFREE_DESTRUCTOR(CCopyDirCommand)

@@ -13,16 +13,18 @@
 #include <vector>
 
 #include "engine/InstallCommand.h"
+#include "files/FileTexts.h"
 
 class CCopyFileCommand : public CInstallCommand {
  public:
-  ~CCopyFileCommand();
+  static constexpr FrameStyle kFrame{filetext::kCopyFileTag, kFrameBare};  // no guard, no frame lines, never marked
+
   int32_t Execute(HANDLE cancelHandle, CRITICAL_SECTION* storeLock) override;
   // sourceFile and destinationFile are required.
   int32_t Load(IXMLDOMNamedNodeMap* attributes) override;
 
-  wchar_t* sourceFile = nullptr;
-  wchar_t* destinationFile = nullptr;
+  ScopedText sourceFile;
+  ScopedText destinationFile;
   bool allUsersAccess = false;
   // Set once an impersonation worked and never cleared: a later run of the same
   // object reverts even when its own impersonation failed.
@@ -40,8 +42,7 @@ void ImpersonateExplorerUser(CCopyFileCommand* command);
 int FindExplorerProcesses(std::vector<DWORD>* ids, HANDLE snapshot);
 // Turns on SeImpersonatePrivilege for the process where it may; silent.
 void EnablePrivilege();
-// The primary token of the last of ids whose token could be duplicated, or null.
-// A process whose token cannot be duplicated throws away what earlier ones gave:
-// it is the last id that decides. The handles of the processes and their tokens
-// stay open on success, as does the returned token. Logs each step.
+// The primary token of the last of ids whose token could be duplicated, or null
+// (the caller closes it). A process whose token cannot be duplicated throws away
+// what earlier ones gave: it is the last id that decides. Logs each step.
 HANDLE DuplicateExplorerToken(const std::vector<DWORD>& ids);

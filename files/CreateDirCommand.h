@@ -10,16 +10,20 @@
 #pragma once
 
 #include "engine/InstallCommand.h"
+#include "files/FileTexts.h"
 
 class CCreateDirCommand : public CInstallCommand {
  public:
-  ~CCreateDirCommand();
+  // Guarded but never marked executed; the frame lines are mirrored.
+  static constexpr FrameStyle kFrame{filetext::kCreateDirTag, kFrameNeverMarked | kFrameMirrored, nullptr,
+                                     filetext::kCreateDirSite, filetext::kCreateDirSiteWide};
+
   int32_t Execute(HANDLE cancelHandle, CRITICAL_SECTION* storeLock) override;
   // path is optional: without it the command tries to make no directory and
   // reports that as a failure.
   int32_t Load(IXMLDOMNamedNodeMap* attributes) override;
 
-  wchar_t* path = nullptr;
+  ScopedText path;
 
   SELFFREE_DESTRUCTOR(CCreateDirCommand)
 };

@@ -15,15 +15,20 @@
 #pragma once
 
 #include "engine/InstallCommand.h"
+#include "files/FileTexts.h"
 
 class CDeleteFileCommand : public CInstallCommand {
  public:
-  ~CDeleteFileCommand();
+  // No frame at all; only the command's own lines are mirrored, through
+  // frame.Line.
+  static constexpr FrameStyle kFrame{filetext::kDeleteFileTag, kFrameBare | kFrameMirrored, nullptr,
+                                     filetext::kDeleteFileSite, filetext::kDeleteFileSiteWide};
+
   int32_t Execute(HANDLE cancelHandle, CRITICAL_SECTION* storeLock) override;
   // pathFile is required.
   int32_t Load(IXMLDOMNamedNodeMap* attributes) override;
 
-  wchar_t* pathFile = nullptr;
+  ScopedText pathFile;
   bool renameFile = false;
 
   SELFFREE_DESTRUCTOR(CDeleteFileCommand)

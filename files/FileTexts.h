@@ -8,23 +8,40 @@
 // character, which is how those lines have always looked.
 #pragma once
 
+#include <cstdint>
+
 namespace filetext {
 
-// Tags of the command lines "%i: %s Begin execute." and the like.
+// Tags of the frame lines "%i: %s Begin execute." and the like.
 constexpr const wchar_t* kCreateDirTag = L"CreateDir";
 constexpr const wchar_t* kRmdirTag = L"Rmdir";
 constexpr const wchar_t* kShortcutTag = L"Shortcut";
 constexpr const wchar_t* kUndoMoveFileExTag = L"UndoMoveFileEx";
 constexpr const wchar_t* kShortcutGuardTag = L"Exec";  // the busy line of Shortcut names "Exec"
 constexpr const wchar_t* kWriteIEADSTag = L"WriteIEADS";
+constexpr const wchar_t* kUnrarTag = L"Unrar";
+// Tags of the commands that write no frame lines; CopyDir and CopyFile never
+// name themselves, DeleteFile only in its GetTempFileName failure.
+constexpr const wchar_t* kCopyDirTag = L"CopyDir";
+constexpr const wchar_t* kCopyFileTag = L"CopyFile";
+constexpr const wchar_t* kDeleteFileTag = L"DeleteFile";
 constexpr const wchar_t* kDeleteFileClass = L"CDeleteFileCommand";
 
-constexpr const wchar_t* kBegin = L"%i: %s Begin execute.\n";
-constexpr const wchar_t* kEnd = L"%i: %s End execute. Next command %i.\n";
-constexpr const wchar_t* kBusy = L"%i: %s Error: Multiple threads attempting execution.\n";
+// The sites under which the mirrored lines reach the second log sink
+// (engine/LogLibrary.h).
+constexpr const char* kCreateDirSite = "CCreateDirCommand::Execute";
+constexpr const wchar_t* kCreateDirSiteWide = L"CCreateDirCommand::Execute";
+constexpr const char* kDeleteFileSite = "CDeleteFileCommand::Execute";
+constexpr const wchar_t* kDeleteFileSiteWide = L"CDeleteFileCommand::Execute";
+constexpr const char* kShortcutSite = "CShortcutCommand::Execute";
+constexpr const wchar_t* kShortcutSiteWide = L"CShortcutCommand::Execute";
+constexpr const char* kShellLinkSite = "CShortcutCommand::CreateLink";
+constexpr const wchar_t* kShellLinkSiteWide = L"CShortcutCommand::CreateLink";
 
 // Tree walkers
 constexpr const wchar_t* kCannotMoveFileEx = L"Cannot movefileex file: %s. (error %d)\n";
+// What ScheduleTreeDelete answers for a path it cannot list (ERROR_INTERNAL_ERROR).
+constexpr uint32_t kCannotListTree = 1359;
 
 // CopyDir
 constexpr const wchar_t* kCopyDirExecuting = L"Executing CopyDir command\n";
@@ -90,5 +107,32 @@ constexpr const wchar_t* kWindows8 = L"[_AddAppUserModelId] Is Windows 8. Set Pr
 constexpr const wchar_t* kZoneBegin = L"%i: Write IE ADS for %s\n";
 constexpr const wchar_t* kZoneOpenFailed = L"%i: Could not open %s errCode:%d\n";
 constexpr const wchar_t* kZoneWriteFailed = L"%i: Could not write ads stream in %s errCode:%d\n";
+
+// Unrar
+constexpr const wchar_t* kUnrarExtracting = L"%i: %s Extracting: %s to %s.\n";
+constexpr const wchar_t* kUnrarSizeFailed = L"%i: %s FAILED getting unpacked size. errCode %i.\n";
+constexpr const wchar_t* kUnrarFileFailed = L"Error on current file: '%s' extracting from %s to %s\n";
+constexpr const wchar_t* kUnrarHeaderBroken = L"\n\tFile header broken\n";
+constexpr const wchar_t* kUnrarNoDestination = L"%i: %s No destination folder given; nothing extracted.\n";
+constexpr const wchar_t* kUnrarNoLibrary = L"%i: %s Could not load the UnRAR library %s. errCode %u.\n";
+// The first pass reports a broken header on standard output, not in the log.
+constexpr const char* kUnrarHeaderBrokenOut = "\n\tFile header broken";
+// A failed open; %s is the archive.
+constexpr const wchar_t* kUnrarOpenNoMemory = L"\n\tNot enough memory\n";
+constexpr const wchar_t* kUnrarOpenBadData = L"\n\t%s: archive header broken\n";
+constexpr const wchar_t* kUnrarOpenBadArchive = L"\n\t%s is not RAR archive\n";
+constexpr const wchar_t* kUnrarOpenFailed = L"\n\tCannot open %s\n";
+constexpr const wchar_t* kUnrarOpenUnknown = L"\n\tUnknown error\n";
+// An entry that failed to skip or extract.
+constexpr const wchar_t* kUnrarCrcError = L"\tCRC error\n";
+constexpr const wchar_t* kUnrarBadVolume = L"\tBad volume\n";
+constexpr const wchar_t* kUnrarUnknownFormat = L"\tUnknown archive format\n";
+constexpr const wchar_t* kUnrarVolumeOpenError = L"\tVolume open error\n";
+constexpr const wchar_t* kUnrarCreateError = L"\tFile create error\n";
+constexpr const wchar_t* kUnrarCloseError = L"\tFile close error\n";
+constexpr const wchar_t* kUnrarReadError = L"\tRead error\n";
+constexpr const wchar_t* kUnrarWriteError = L"\tWrite error\n";
+constexpr const wchar_t* kUnrarUnknownError = L"\tUnknown error\n";
+constexpr const wchar_t* kUnrarNoPassword = L"\tPassword for encrypted file is not specified\n";
 
 }  // namespace filetext

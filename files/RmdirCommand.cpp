@@ -2,46 +2,37 @@
 
 #include <shlwapi.h>
 
-#include <cstdlib>
 #include <cwchar>
+#include <string>
 #include <vector>
 
+#include "engine/Expand.h"
 #include "engine/Log.h"
-#include "files/FileTexts.h"
-#include "files/PathHelpers.h"
 #include "files/TreeWalkers.h"
 
 namespace {
 
-// The entries of skipFolders, each a heap copy; empty entries are not kept.
-std::vector<wchar_t*> SplitSkipFolders(const wchar_t* text) {
-  std::vector<wchar_t*> entries;
-  wchar_t* copy = _wcsdup(text);
-  if (copy == nullptr) return entries;
+// The entries of skipFolders; empty entries are not kept.
+std::vector<std::wstring> SplitSkipFolders(const wchar_t* text) {
+  std::vector<std::wstring> entries;
+  ScopedText copy = CopyText(text);
+  if (!copy) return entries;
   wchar_t* context = nullptr;
-  for (wchar_t* token = wcstok_s(copy, L";", &context); token != nullptr; token = wcstok_s(nullptr, L";", &context)) {
-    wchar_t* entry = _wcsdup(token);
-    if (entry != nullptr) entries.push_back(entry);
+  for (wchar_t* token = wcstok_s(copy.Get(), L";", &context); token != nullptr;
+       token = wcstok_s(nullptr, L";", &context)) {
+    entries.emplace_back(token);
   }
-  free(copy);
   return entries;
 }
 
 }  // namespace
 
-CRmdirCommand::~CRmdirCommand() {
-  free(path);
-  path = nullptr;
-  free(skipFolders);
-  skipFolders = nullptr;
-}
-
 int32_t CRmdirCommand::Load(IXMLDOMNamedNodeMap* attributes) {
   LoadCommon(attributes);
   AttributeReader reader(attributes);
-  HRESULT hr = reader.ReadCopy(L"path", &path);
+  HRESULT hr = reader.ReadCopy(L"path", path);
   if (hr != S_OK) return hr;
-  reader.ReadCopy(L"skipFolders", &skipFolders);
+  reader.ReadCopy(L"skipFolders", skipFolders);
   int32_t number = 0;
   hr = reader.ReadNumber(L"recursive", &number);
   if (hr != S_OK) return hr;
@@ -53,39 +44,46 @@ int32_t CRmdirCommand::Load(IXMLDOMNamedNodeMap* attributes) {
 
 int32_t CRmdirCommand::Execute(HANDLE, CRITICAL_SECTION*) {
   using namespace filetext;
-  if (!EnterGuard(kRmdirTag)) return kStatusBusy;
-  // The path is logged as given, as expanded and as canonicalized.
-  LogMessage(kRmdirPath, index, kRmdirTag, path);
-  if (path != nullptr && ReplaceIfExpanded(&path)) LogMessage(kRmdirPath, index, kRmdirTag, path);
+  ExecuteFrame frame(*this, kFrame);
+  if (!frame.Entered()) return frame.Busy();
+  // The path is logged as given, as expanded and as canonicalized. A path that
+  // cannot be expanded goes on as it stands, without the second line.
+  LogMessage(kRmdirPath, index, kRmdirTag, path.Get());
+  bool expanded = false;
+  if (path) ExpandField(path, OnFailure::KeepText, &expanded);
+  if (expanded) LogMessage(kRmdirPath, index, kRmdirTag, path.Get());
 
-  if (path != nullptr && *path != L'\0') {
+  if (path && *path.Get() != L'\0') {
     wchar_t canonical[2 * MAX_PATH] = {};
-    if (PathCanonicalizeW(canonical, path)) {
-      wchar_t* copy = _wcsdup(canonical);
-      if (copy != nullptr) {
-        free(path);
-        path = copy;
-      }
+    if (PathCanonicalizeW(canonical, path.Get())) {
+      ScopedText copy = CopyText(canonical);
+      if (copy) path = std::move(copy);
     }
-    LogMessage(kRmdirPath, index, kRmdirTag, path);
+    LogMessage(kRmdirPath, index, kRmdirTag, path.Get());
 
     // The results are not looked at: whatever could not be removed stays, or
     // waits for the next boot.
     if (onlyOnReboot && recursive) {
-      if (wcslen(path) > 1) ScheduleTreeDelete(path, nullptr, nullptr);
+      if (wcslen(path.Get()) > 1) ScheduleTreeDelete(path.Get(), nullptr, nullptr);
     } else if (onlyOnReboot) {
-      MoveFileExW(path, nullptr, MOVEFILE_DELAY_UNTIL_REBOOT);
+      MoveFileExW(path.Get(), nullptr, MOVEFILE_DELAY_UNTIL_REBOOT);
     } else if (recursive) {
-      std::vector<wchar_t*> skip;
-      if (skipFolders != nullptr && *skipFolders != L'\0') {
-        if (ReplaceIfExpanded(&skipFolders)) LogMessage(kRmdirSkipFolders, index, kRmdirTag, skipFolders);
-        skip = SplitSkipFolders(skipFolders);
+      std::vector<std::wstring> entries;
+      if (skipFolders && *skipFolders.Get() != L'\0') {
+        bool skipExpanded = false;
+        ExpandField(skipFolders, OnFailure::KeepText, &skipExpanded);
+        if (skipExpanded) LogMessage(kRmdirSkipFolders, index, kRmdirTag, skipFolders.Get());
+        entries = SplitSkipFolders(skipFolders.Get());
       }
-      if (wcslen(path) > 1) DeleteTree(path, deleteAfterReboot, nullptr, nullptr, skip.empty() ? nullptr : &skip);
-      for (wchar_t* entry : skip) free(entry);
+      std::vector<wchar_t*> skip;
+      for (std::wstring& entry : entries) skip.push_back(&entry[0]);
+      TreeDelete options;
+      options.deleteAfterReboot = deleteAfterReboot;
+      options.skipFolders = skip.empty() ? nullptr : &skip;
+      if (wcslen(path.Get()) > 1) DeleteTree(path.Get(), options);
     } else {
-      RemoveDirectoryW(path);
+      RemoveDirectoryW(path.Get());
     }
   }
-  return FinishExecute(kRmdirTag, kStatusOk);
+  return frame.Done();
 }

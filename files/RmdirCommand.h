@@ -17,19 +17,21 @@
 #pragma once
 
 #include "engine/InstallCommand.h"
+#include "files/FileTexts.h"
 
 class CRmdirCommand : public CInstallCommand {
  public:
-  ~CRmdirCommand();
+  static constexpr FrameStyle kFrame{filetext::kRmdirTag, kFrameNoBeginLine};  // begins with the path instead
+
   int32_t Execute(HANDLE cancelHandle, CRITICAL_SECTION* storeLock) override;
   // path and recursive are required.
   int32_t Load(IXMLDOMNamedNodeMap* attributes) override;
 
-  wchar_t* path = nullptr;
+  ScopedText path;
   bool recursive = false;
   bool onlyOnReboot = false;
   bool deleteAfterReboot = true;
-  wchar_t* skipFolders = nullptr;
+  ScopedText skipFolders;
 
   SELFFREE_DESTRUCTOR(CRmdirCommand)
 };

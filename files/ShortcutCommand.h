@@ -22,33 +22,34 @@
 // warns before its end line. Its lines are mirrored into the second log sink.
 //
 // COM: each link initialises COM on the calling thread for itself (and
-// uninitialises only what it initialised).
+// uninitialises only what it initialised). The link itself is written by
+// WriteShellLink (files/ShellLink.h).
 #pragma once
 
-#include <objbase.h>
-
 #include "engine/InstallCommand.h"
+#include "files/FileTexts.h"
+#include "files/ShellLink.h"
 
 class CShortcutCommand : public CInstallCommand {
  public:
-  ~CShortcutCommand();
+  // Guarded but never marked executed; the busy line names "Exec", and the frame
+  // lines are mirrored.
+  static constexpr FrameStyle kFrame{filetext::kShortcutTag, kFrameNeverMarked | kFrameMirrored,
+                                     filetext::kShortcutGuardTag, filetext::kShortcutSite,
+                                     filetext::kShortcutSiteWide};
+
   int32_t Execute(HANDLE cancelHandle, CRITICAL_SECTION* storeLock) override;
   // Every attribute is optional.
   int32_t Load(IXMLDOMNamedNodeMap* attributes) override;
 
-  // Writes one link at linkPath; reads currentDir and appName. The result of
-  // CoCreateInstance, QueryInterface or IPersistFile::Save, whichever came last.
-  HRESULT CreateLink(const wchar_t* target, const wchar_t* arguments, const wchar_t* linkPath,
-                     const wchar_t* description);
-
-  wchar_t* file = nullptr;
-  wchar_t* linkName = nullptr;
-  wchar_t* otherPath = nullptr;
-  wchar_t* currentDir = nullptr;
-  wchar_t* appName = nullptr;
-  wchar_t* arguments = nullptr;
-  wchar_t* startMenuVar = nullptr;
-  wchar_t* desktopVar = nullptr;
+  ScopedText file;
+  ScopedText linkName;
+  ScopedText otherPath;
+  ScopedText currentDir;
+  ScopedText appName;
+  ScopedText arguments;
+  ScopedText startMenuVar;
+  ScopedText desktopVar;
   int32_t desktop = 0;
   int32_t startMenu = 0;
 
@@ -60,9 +61,8 @@ class CShortcutCommand : public CInstallCommand {
   HRESULT OtherLink();
   // currentDir + file into target (2048 characters); false without a file.
   bool BuildTarget(wchar_t* target);
+  // Writes one link at linkPath to target, with arguments, currentDir as its
+  // working folder, the target's first icon and appName as its application id;
+  // COM is initialised for the link alone. The result of WriteShellLink.
+  HRESULT CreateLink(const wchar_t* target, const wchar_t* linkPath, const wchar_t* description);
 };
-
-// Gives link (a shell link) the application id appId through its property
-// store, on systems from Windows 8 on. 0 on systems before it, after logging so;
-// E_FAIL without a link or an id; otherwise the first failure of the store, or 0.
-HRESULT AddAppUserModelId(IUnknown* link, const wchar_t* appId);

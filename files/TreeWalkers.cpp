@@ -8,12 +8,11 @@
 
 #include "engine/Bounded.h"
 #include "engine/Log.h"
+#include "engine/ScopedHandle.h"
 #include "files/FileTexts.h"
 #include "files/PathHelpers.h"
 
 namespace {
-
-constexpr uint32_t kCannotList = 1359;
 
 bool IsDirectory(const WIN32_FIND_DATAW& found) { return (found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0; }
 
@@ -28,8 +27,8 @@ uint32_t CopyTree(const wchar_t* sourceDir, const wchar_t* destinationDir, bool 
   wchar_t pattern[MAX_PATH] = {};
   BoundedFormat(pattern, MAX_PATH, L"%s*", sourceDir);
   WIN32_FIND_DATAW found;
-  HANDLE search = FindFirstFileW(pattern, &found);
-  if (search == INVALID_HANDLE_VALUE) return GetLastError();
+  ScopedFindHandle search(FindFirstFileW(pattern, &found));
+  if (!search) return GetLastError();
 
   uint32_t result = 0;
   do {
@@ -51,18 +50,17 @@ uint32_t CopyTree(const wchar_t* sourceDir, const wchar_t* destinationDir, bool 
         break;
       }
     }
-  } while (FindNextFileW(search, &found));
-  FindClose(search);
+  } while (FindNextFileW(search.Get(), &found));
   return result;
 }
 
 uint32_t ScheduleTreeDelete(const wchar_t* path, uint32_t* fileCount, const wchar_t* filter) {
-  if (path == nullptr) return kCannotList;
+  if (path == nullptr) return filetext::kCannotListTree;
   wchar_t pattern[MAX_PATH] = {};
   BoundedFormat(pattern, MAX_PATH, L"%s\\*", path);
   WIN32_FIND_DATAW found;
-  HANDLE search = FindFirstFileW(pattern, &found);
-  if (search == INVALID_HANDLE_VALUE) return kCannotList;
+  ScopedFindHandle search(FindFirstFileW(pattern, &found));
+  if (!search) return filetext::kCannotListTree;
 
   do {
     if (IsDotEntry(found.cFileName)) continue;
@@ -75,30 +73,31 @@ uint32_t ScheduleTreeDelete(const wchar_t* path, uint32_t* fileCount, const wcha
       if (filter != nullptr && StrStrW(child, filter) == nullptr) continue;
       MoveFileExW(child, nullptr, MOVEFILE_DELAY_UNTIL_REBOOT);
     }
-  } while (FindNextFileW(search, &found));
+  } while (FindNextFileW(search.Get(), &found));
   // The loop ends on FindNextFileW's ERROR_NO_MORE_FILES, or early on a failed
   // subdirectory, whose error is still the thread's last one.
   DWORD code = GetLastError();
   if (code == ERROR_NO_MORE_FILES) code = 0;
-  FindClose(search);
+  search.Reset();
   if (code != 0 || filter != nullptr) return code;
   MoveFileExW(path, nullptr, MOVEFILE_DELAY_UNTIL_REBOOT);
   return 0;
 }
 
-void DeleteTree(const wchar_t* path, bool deleteAfterReboot, uint32_t* fileCount, const wchar_t* filter,
-                const std::vector<wchar_t*>* skipFolders) {
+namespace {
+
+void DeleteTreeLevel(const wchar_t* path, const TreeDelete& options, bool isRoot) {
   if (path == nullptr) return;
-  if (skipFolders != nullptr) {
-    for (const wchar_t* skip : *skipFolders) {
+  if (options.skipFolders != nullptr) {
+    for (const wchar_t* skip : *options.skipFolders) {
       if (_wcsicmp(path, skip) == 0) return;
     }
   }
   wchar_t pattern[MAX_PATH] = {};
   BoundedFormat(pattern, MAX_PATH, L"%s\\*", path);
   WIN32_FIND_DATAW found;
-  HANDLE search = FindFirstFileW(pattern, &found);
-  if (search == INVALID_HANDLE_VALUE) return;
+  ScopedFindHandle search(FindFirstFileW(pattern, &found));
+  if (!search) return;
 
   DWORD failure = 0;
   do {
@@ -107,24 +106,38 @@ void DeleteTree(const wchar_t* path, bool deleteAfterReboot, uint32_t* fileCount
     BoundedCopy(child, MAX_PATH, path);
     AppendPathOrFail(child, found.cFileName);
     if (IsDirectory(found)) {
-      if (wcslen(child) >= 2) DeleteTree(child, deleteAfterReboot, fileCount, filter, skipFolders);
+      if (wcslen(child) >= 2) DeleteTreeLevel(child, options, false);
       continue;
     }
     SetFileAttributesW(child, FILE_ATTRIBUTE_NORMAL);
-    if (fileCount != nullptr) ++*fileCount;
-    if (filter != nullptr && StrStrW(child, filter) == nullptr) continue;
+    if (options.fileCount != nullptr) ++*options.fileCount;
+    if (options.filter != nullptr && StrStrW(child, options.filter) == nullptr) continue;
     if (DeleteFileW(child)) continue;
     DWORD error = GetLastError();
-    if (!deleteAfterReboot) {
+    if (!options.deleteAfterReboot) {
       failure = error;
     } else if (!MoveFileExW(child, nullptr, MOVEFILE_DELAY_UNTIL_REBOOT)) {
       failure = GetLastError();
       LogMessage(filetext::kCannotMoveFileEx, child, failure);
     }
-  } while (FindNextFileW(search, &found));
+  } while (FindNextFileW(search.Get(), &found));
   DWORD code = GetLastError();
-  FindClose(search);
+  search.Reset();
   if (code == ERROR_NO_MORE_FILES) code = failure;
-  if (code != 0 || filter != nullptr) return;
-  if (!RemoveDirectoryW(path) && deleteAfterReboot) MoveFileExW(path, nullptr, MOVEFILE_DELAY_UNTIL_REBOOT);
+  if (code != 0 || options.filter != nullptr || (isRoot && options.keepRoot)) return;
+  if (!RemoveDirectoryW(path) && options.deleteAfterReboot) MoveFileExW(path, nullptr, MOVEFILE_DELAY_UNTIL_REBOOT);
+}
+
+}  // namespace
+
+void DeleteTree(const wchar_t* path, const TreeDelete& options) { DeleteTreeLevel(path, options, true); }
+
+void DeleteTree(const wchar_t* path, bool deleteAfterReboot, uint32_t* fileCount, const wchar_t* filter,
+                const std::vector<wchar_t*>* skipFolders) {
+  TreeDelete options;
+  options.deleteAfterReboot = deleteAfterReboot;
+  options.fileCount = fileCount;
+  options.filter = filter;
+  options.skipFolders = skipFolders;
+  DeleteTree(path, options);
 }

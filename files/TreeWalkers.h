@@ -1,4 +1,5 @@
-// The three recursive walks over a directory tree behind CopyDir and Rmdir.
+// The three recursive walks over a directory tree behind CopyDir and Rmdir;
+// DeleteTree also empties a folder for whoever needs it cleared.
 //
 // Plain functions without state or locks; a tree that changes during a walk is
 // seen as the system shows it. Every path is held in a buffer of MAX_PATH (260)
@@ -30,13 +31,32 @@ uint32_t CopyTree(const wchar_t* sourceDir, const wchar_t* destinationDir, bool 
 // the error that ended a listing, or 0. Logs nothing.
 uint32_t ScheduleTreeDelete(const wchar_t* path, uint32_t* fileCount, const wchar_t* filter);
 
-// Deletes the tree under path now, read-only files included. With
-// deleteAfterReboot, whatever cannot go now is queued for the next boot: a
-// locked file leaves a chain of entries, the file first and then each directory
-// above it, since those cannot be removed while it stays. A directory whose full
-// path equals an entry of skipFolders (case-insensitive, whole path, in the form
-// the walk builds it) is left alone with all it holds, so its parents stay too.
-// A failure in a subdirectory does not reach its parent, which just finds itself
-// not empty. Logs only a file that could not be queued.
+// What DeleteTree does beside deleting.
+struct TreeDelete {
+  // Whatever cannot go now is queued for the next boot: a locked file leaves a
+  // chain of entries, the file first and then each directory above it, since
+  // those cannot be removed while it stays.
+  bool deleteAfterReboot = false;
+  // Empties path but leaves path itself (a program group that is about to be
+  // written again, say).
+  bool keepRoot = false;
+  // Counts every file met, when given.
+  uint32_t* fileCount = nullptr;
+  // Only files whose path contains it (case-sensitive) are deleted, and no
+  // directory is.
+  const wchar_t* filter = nullptr;
+  // A directory whose full path equals an entry (case-insensitive, whole path, in
+  // the form the walk builds it) is left alone with all it holds, so its parents
+  // stay too.
+  const std::vector<wchar_t*>* skipFolders = nullptr;
+};
+
+// Deletes the tree under path now, read-only files included, as options say. A
+// failure in a subdirectory does not reach its parent, which just finds itself
+// not empty. A path that cannot be listed is left alone. Logs only a file that
+// could not be queued.
+void DeleteTree(const wchar_t* path, const TreeDelete& options);
+
+// The same, with the options one by one and path itself removed.
 void DeleteTree(const wchar_t* path, bool deleteAfterReboot, uint32_t* fileCount, const wchar_t* filter,
                 const std::vector<wchar_t*>* skipFolders);

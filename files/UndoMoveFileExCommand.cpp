@@ -3,8 +3,8 @@
 #include <cstdlib>
 #include <cwchar>
 
+#include "engine/Expand.h"
 #include "engine/Log.h"
-#include "files/FileTexts.h"
 #include "files/PathHelpers.h"
 
 namespace {
@@ -14,15 +14,10 @@ constexpr size_t kPrefixLength = 4;
 constexpr size_t kSlack = 8;
 }  // namespace
 
-CUndoMoveFileExCommand::~CUndoMoveFileExCommand() {
-  free(path);
-  path = nullptr;
-}
-
 int32_t CUndoMoveFileExCommand::Load(IXMLDOMNamedNodeMap* attributes) {
   LoadCommon(attributes);
   AttributeReader reader(attributes);
-  reader.ReadCopy(L"path", &path);
+  reader.ReadCopy(L"path", path);
   return kStatusOk;
 }
 
@@ -50,47 +45,40 @@ int64_t FilterPendingList(const wchar_t* list, size_t sizeBytes, const wchar_t* 
 
 int32_t CUndoMoveFileExCommand::Execute(HANDLE, CRITICAL_SECTION*) {
   using namespace filetext;
-  if (!EnterGuard(kUndoMoveFileExTag)) return kStatusBusy;
-  if (path != nullptr) ReplaceIfExpanded(&path);
+  ExecuteFrame frame(*this, kFrame);
+  if (!frame.Entered()) return frame.Busy();
+  // A path that cannot be expanded is compared as it stands.
+  ExpandField(path, OnFailure::KeepText);
   LogMessage(kUndoBegin, index);
 
-  HKEY key = nullptr;
-  wchar_t* list = nullptr;
-  wchar_t* output = nullptr;
-  LONG status = RegOpenKeyExW(HKEY_LOCAL_MACHINE, kSessionManagerKey, 0, KEY_ALL_ACCESS, &key);
+  ScopedKey key;
+  LONG status = RegOpenKeyExW(HKEY_LOCAL_MACHINE, kSessionManagerKey, 0, KEY_ALL_ACCESS, key.Receive());
   if (status != ERROR_SUCCESS) {
-    key = nullptr;
     LogMessage(kUndoOpenFailed, index, kSessionManagerKey);
-  } else {
-    DWORD size = 0;
-    status = RegQueryValueExW(key, kPendingRenameValue, nullptr, nullptr, nullptr, &size);
-    if (status != ERROR_SUCCESS || size == 0) {
-      LogMessage(kUndoQueryFailed, index, kPendingRenameValue, kSessionManagerKey, status);
-    } else {
-      // Zero bytes beyond what the value holds, so that a list that lacks its
-      // terminators still ends, and room for the terminator the edit adds.
-      list = static_cast<wchar_t*>(calloc(size + kSlack, 1));
-      output = static_cast<wchar_t*>(calloc(size + kSlack, 1));
-      DWORD read = size;
-      if (list != nullptr && output != nullptr) {
-        status = RegQueryValueExW(key, kPendingRenameValue, nullptr, nullptr, reinterpret_cast<BYTE*>(list), &read);
-        if (status != ERROR_SUCCESS || read == 0) {
-          LogMessage(kUndoQueryFailed, index, kPendingRenameValue, kSessionManagerKey, status);
-        } else {
-          int64_t kept = FilterPendingList(list, read, path, output);
-          if (kept >= 0) {
-            status = RegSetValueExW(key, kPendingRenameValue, 0, REG_MULTI_SZ, reinterpret_cast<BYTE*>(output),
-                                    static_cast<DWORD>(kept));
-            if (status != ERROR_SUCCESS) {
-              LogMessage(kUndoSetFailed, index, kPendingRenameValue, kSessionManagerKey, status);
-            }
-          }
-        }
-      }
-    }
+    return frame.Done();
   }
-  if (key != nullptr) RegCloseKey(key);
-  free(list);
-  free(output);
-  return FinishExecute(kUndoMoveFileExTag, kStatusOk);
+  DWORD size = 0;
+  status = RegQueryValueExW(key.Get(), kPendingRenameValue, nullptr, nullptr, nullptr, &size);
+  if (status != ERROR_SUCCESS || size == 0) {
+    LogMessage(kUndoQueryFailed, index, kPendingRenameValue, kSessionManagerKey, status);
+    return frame.Done();
+  }
+  // Zero bytes beyond what the value holds, so that a list that lacks its
+  // terminators still ends, and room for the terminator the edit adds.
+  ScopedText list(static_cast<wchar_t*>(calloc(size + kSlack, 1)));
+  ScopedText output(static_cast<wchar_t*>(calloc(size + kSlack, 1)));
+  if (!list || !output) return frame.Done();
+  DWORD read = size;
+  status = RegQueryValueExW(key.Get(), kPendingRenameValue, nullptr, nullptr, reinterpret_cast<BYTE*>(list.Get()),
+                            &read);
+  if (status != ERROR_SUCCESS || read == 0) {
+    LogMessage(kUndoQueryFailed, index, kPendingRenameValue, kSessionManagerKey, status);
+    return frame.Done();
+  }
+  int64_t kept = FilterPendingList(list.Get(), read, path.Get(), output.Get());
+  if (kept < 0) return frame.Done();
+  status = RegSetValueExW(key.Get(), kPendingRenameValue, 0, REG_MULTI_SZ, reinterpret_cast<BYTE*>(output.Get()),
+                          static_cast<DWORD>(kept));
+  if (status != ERROR_SUCCESS) LogMessage(kUndoSetFailed, index, kPendingRenameValue, kSessionManagerKey, status);
+  return frame.Done();
 }

@@ -13,15 +13,18 @@
 #pragma once
 
 #include "engine/InstallCommand.h"
+#include "files/FileTexts.h"
 
 class CUndoMoveFileExCommand : public CInstallCommand {
  public:
-  ~CUndoMoveFileExCommand();
+  // Its begin line comes after the path's expansion, whose failure lines go first.
+  static constexpr FrameStyle kFrame{filetext::kUndoMoveFileExTag, kFrameNoBeginLine};
+
   int32_t Execute(HANDLE cancelHandle, CRITICAL_SECTION* storeLock) override;
   // path is optional; without it the list is left as it is.
   int32_t Load(IXMLDOMNamedNodeMap* attributes) override;
 
-  wchar_t* path = nullptr;
+  ScopedText path;
 
   SELFFREE_DESTRUCTOR(CUndoMoveFileExCommand)
 };

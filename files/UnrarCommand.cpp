@@ -1,29 +1,22 @@
 #include "files/UnrarCommand.h"
 
 #include <cstdio>
-#include <cstdlib>
-#include <cstring>
 #include <cwchar>
-#include <memory>
-#include <vector>
 
 #include "engine/Expand.h"
 #include "engine/Log.h"
 #include "engine/SelfFree.h"
 #include "engine/Store.h"
+#include "engine/StoreNames.h"
+#include "engine/VarName.h"
+#include "files/RarExtraction.h"
 #include "files/UnrarLibrary.h"
 
 namespace {
 
-// The command's log texts.
-const wchar_t kExtracting[] = L"%i: %s Extracting: %s to %s.\n";
-const wchar_t kSizeFailed[] = L"%i: %s FAILED getting unpacked size. errCode %i.\n";
-const wchar_t kFileFailed[] = L"Error on current file: '%s' extracting from %s to %s\n";
-const wchar_t kHeaderBroken[] = L"\n\tFile header broken\n";
-const wchar_t kNoDestination[] = L"%i: %s No destination folder given; nothing extracted.\n";
-const wchar_t kNoLibrary[] = L"%i: %s Could not load the UnRAR library %s. errCode %u.\n";
-// The first pass reports a broken header on standard output, not in the log.
-const char kHeaderBrokenOut[] = "\n\tFile header broken";
+// The progress names have always been narrowed into a buffer of this many bytes:
+// a longer progressVar gives no progress variables.
+constexpr size_t kProgressNameCapacity = 260;
 
 struct CodeText {
   int code;
@@ -32,26 +25,19 @@ struct CodeText {
 
 // Texts of a failed open; %s is the archive. Other codes log nothing.
 const CodeText kOpenErrors[] = {
-    {ERAR_NO_MEMORY, L"\n\tNot enough memory\n"},
-    {ERAR_BAD_DATA, L"\n\t%s: archive header broken\n"},
-    {ERAR_BAD_ARCHIVE, L"\n\t%s is not RAR archive\n"},
-    {ERAR_EOPEN, L"\n\tCannot open %s\n"},
-    {ERAR_UNKNOWN, L"\n\tUnknown error\n"},
+    {ERAR_NO_MEMORY, filetext::kUnrarOpenNoMemory},     {ERAR_BAD_DATA, filetext::kUnrarOpenBadData},
+    {ERAR_BAD_ARCHIVE, filetext::kUnrarOpenBadArchive}, {ERAR_EOPEN, filetext::kUnrarOpenFailed},
+    {ERAR_UNKNOWN, filetext::kUnrarOpenUnknown},
 };
 
 // Texts of a file that failed to skip or extract. Other codes, ERAR_SMALL_BUF
 // among them, log nothing.
 const CodeText kProcessErrors[] = {
-    {ERAR_BAD_DATA, L"\tCRC error\n"},
-    {ERAR_BAD_ARCHIVE, L"\tBad volume\n"},
-    {ERAR_UNKNOWN_FORMAT, L"\tUnknown archive format\n"},
-    {ERAR_EOPEN, L"\tVolume open error\n"},
-    {ERAR_ECREATE, L"\tFile create error\n"},
-    {ERAR_ECLOSE, L"\tFile close error\n"},
-    {ERAR_EREAD, L"\tRead error\n"},
-    {ERAR_EWRITE, L"\tWrite error\n"},
-    {ERAR_UNKNOWN, L"\tUnknown error\n"},
-    {ERAR_MISSING_PASSWORD, L"\tPassword for encrypted file is not specified\n"},
+    {ERAR_BAD_DATA, filetext::kUnrarCrcError},        {ERAR_BAD_ARCHIVE, filetext::kUnrarBadVolume},
+    {ERAR_UNKNOWN_FORMAT, filetext::kUnrarUnknownFormat}, {ERAR_EOPEN, filetext::kUnrarVolumeOpenError},
+    {ERAR_ECREATE, filetext::kUnrarCreateError},      {ERAR_ECLOSE, filetext::kUnrarCloseError},
+    {ERAR_EREAD, filetext::kUnrarReadError},          {ERAR_EWRITE, filetext::kUnrarWriteError},
+    {ERAR_UNKNOWN, filetext::kUnrarUnknownError},     {ERAR_MISSING_PASSWORD, filetext::kUnrarNoPassword},
 };
 
 void LogOpenError(int code, const wchar_t* archivePath) {
@@ -66,70 +52,14 @@ void LogProcessError(int code) {
   }
 }
 
-// The expansion of text, or a copy of it as it stands when expansion fails (the
-// reason is logged by the expansion).
-wchar_t* ExpandedCopy(const wchar_t* text) {
-  if (text == nullptr) return nullptr;
-  wchar_t* expanded = nullptr;
-  ExpandVariables(text, &expanded);
-  return expanded != nullptr ? expanded : _wcsdup(text);
-}
-
-// An archive open for one pass, closed when the pass ends, the early end of a
-// cancelled extraction included.
-class OpenArchive {
- public:
-  OpenArchive(const UnrarApi& api, wchar_t* archivePath, unsigned int mode, void* owner)
-      : api_(api), comments_(kUnrarCommentBufferSize) {
-    RAROpenArchiveDataEx data = {};
-    data.ArcNameW = archivePath;
-    data.OpenMode = mode;
-    data.CmtBuf = comments_.data();
-    data.CmtBufSize = kUnrarCommentBufferSize;
-    data.Callback = nullptr;
-    data.UserData = reinterpret_cast<LPARAM>(owner);
-    handle_ = api_.RAROpenArchiveEx(&data);
-    result_ = static_cast<int>(data.OpenResult);
-  }
-  ~OpenArchive() {
-    if (handle_ != nullptr) api_.RARCloseArchive(handle_);
-  }
-  OpenArchive(const OpenArchive&) = delete;
-  OpenArchive& operator=(const OpenArchive&) = delete;
-
-  int Result() const { return result_; }
-  HANDLE Handle() const { return handle_; }
-
- private:
-  const UnrarApi& api_;
-  std::vector<char> comments_;
-  HANDLE handle_ = nullptr;
-  int result_ = ERAR_SUCCESS;
-};
-
 }  // namespace
-
-CUnrarCommand::~CUnrarCommand() {
-  free(archive);
-  archive = nullptr;
-  free(destination);
-  destination = nullptr;
-  FreeProgressNames();
-}
-
-void CUnrarCommand::FreeProgressNames() {
-  free(progressIntName);
-  progressIntName = nullptr;
-  free(progressTextName);
-  progressTextName = nullptr;
-}
 
 int32_t CUnrarCommand::Load(IXMLDOMNamedNodeMap* attributes) {
   LoadCommon(attributes);
   AttributeReader reader(attributes);
-  HRESULT hr = reader.ReadCopy(L"archive", &archive);
+  HRESULT hr = reader.ReadCopy(L"archive", archive);
   if (hr != S_OK) return hr;
-  reader.ReadCopy(L"destination", &destination);
+  reader.ReadCopy(L"destination", destination);
   int32_t refresh = 0;
   if (reader.ReadNumber(L"refresh", &refresh) == S_OK) {
     if (refresh != 0) {
@@ -145,159 +75,114 @@ int32_t CUnrarCommand::Load(IXMLDOMNamedNodeMap* attributes) {
 }
 
 void CUnrarCommand::SetProgressNames(const wchar_t* name) {
-  FreeProgressNames();
-  size_t length = wcslen(name);
-  // Room for the longest prefix and more, as the names have always had.
-  progressIntName = static_cast<char*>(calloc(length + 1 + 50, 1));
-  progressTextName = static_cast<char*>(calloc(length + 1 + 50, 1));
-  char narrow[260] = {};
-  int converted = WideCharToMultiByte(CP_ACP, 0, name, -1, narrow, sizeof(narrow), nullptr, nullptr);
-  // A name that does not convert one character to one byte, or does not fit, gives
+  progressIntName.Reset();
+  progressTextName.Reset();
+  // A name that does not narrow one character to one byte, or does not fit, gives
   // no progress variables at all rather than wrong ones.
-  if (progressIntName == nullptr || progressTextName == nullptr || converted != static_cast<int>(length + 1)) {
-    FreeProgressNames();
-    return;
-  }
-  strcpy(progressIntName, "int_");
-  strcat(progressIntName, narrow);
-  strcpy(progressTextName, "String_");
-  strcat(progressTextName, narrow);
+  if (wcslen(name) + 1 > kProgressNameCapacity) return;
+  VarName intName("int_", name, Narrowing::OneBytePerCharacter);
+  VarName textName("String_", name, Narrowing::OneBytePerCharacter);
+  if (!intName || !textName) return;
+  progressIntName = std::move(intName);
+  progressTextName = std::move(textName);
 }
 
 int32_t CUnrarCommand::Execute(HANDLE cancelHandle, CRITICAL_SECTION* storeLock) {
-  if (!EnterGuard(kTag)) return kStatusBusy;
-  LogBegin(kTag);
-  wchar_t* archivePath = ExpandedCopy(archive);
-  wchar_t* target = ExpandedCopy(destination);
-  LogMessage(kExtracting, index, kTag, archivePath, target);
+  ExecuteFrame frame(*this, kFrame);
+  if (!frame.Entered()) return frame.Busy();
+  // A path that cannot be expanded is used as it stands; the library then
+  // reports it.
+  ScopedText archivePath = Expand(archive.Get(), OnFailure::KeepText);
+  ScopedText target = Expand(destination.Get(), OnFailure::KeepText);
+  LogMessage(filetext::kUnrarExtracting, index, kTag, archivePath.Get(), target.Get());
 
   if (refreshEnabled) {
-    int32_t code = ERAR_SUCCESS;
-    if (target == nullptr || *target == L'\0') {
-      // Without a folder the library would extract into the process's current
-      // folder, wherever that is; an unset variable in destination must not spill
-      // a product there.
-      LogMessage(kNoDestination, index, kTag);
-      code = ERROR_INVALID_PARAMETER;
-    } else {
-      int64_t size = 0;
-      code = GetUnpackedSize(archivePath, &size);
-      if (code != ERAR_SUCCESS) {
-        LogMessage(kSizeFailed, index, kTag, code);
-      } else {
-        code = ExtractArchive(archivePath, target, size, cancelHandle, storeLock);
-      }
-    }
+    int32_t code = Unpack(archivePath.Get(), target.Get(), cancelHandle, storeLock);
     // A file that could not be created is not a failure of the command: the
     // extraction stops there and the script goes on as after a success.
     if (code != ERAR_SUCCESS && code != ERAR_ECREATE) {
       SetErrorVar();
-      StorePut("int_ReturnCode", static_cast<StoreValue>(code));
+      StorePut(storename::kReturnCode, static_cast<StoreValue>(code));
     }
   }
-
-  int32_t status = FinishExecute(kTag, kStatusOk);
-  free(archivePath);
-  free(target);
-  return status;
+  return frame.Done();
 }
 
-int32_t CUnrarCommand::GetUnpackedSize(wchar_t* archivePath, int64_t* size) {
-  *size = 0;
-  UnrarSession session;
-  if (session.Status() != ERROR_SUCCESS) {
-    LogMessage(kNoLibrary, index, kTag, session.LibraryPath(), session.Status());
-    return static_cast<int32_t>(session.Status());
+int32_t CUnrarCommand::Unpack(const wchar_t* archivePath, const wchar_t* target, HANDLE cancelHandle,
+                              CRITICAL_SECTION* storeLock) {
+  using namespace filetext;
+  if (target == nullptr || *target == L'\0') {
+    // Without a folder the library would extract into the process's current
+    // folder, wherever that is; an unset variable in destination must not spill
+    // a product there.
+    LogMessage(kUnrarNoDestination, index, kTag);
+    return ERROR_INVALID_PARAMETER;
   }
-  const UnrarApi& api = session.Api();
-  OpenArchive opened(api, archivePath, RAR_OM_LIST, this);
-  if (opened.Result() != ERAR_SUCCESS) {
-    LogOpenError(opened.Result(), archivePath);
-    return opened.Result();
-  }
-  std::unique_ptr<RARHeaderDataEx> header(new RARHeaderDataEx());
-  int headerCode;
-  while ((headerCode = api.RARReadHeaderEx(opened.Handle(), header.get())) == ERAR_SUCCESS) {
-    *size += UnrarEntrySize(*header);
-    int code = api.RARProcessFile(opened.Handle(), RAR_SKIP, nullptr, nullptr);
-    if (code != ERAR_SUCCESS) {
-      LogProcessError(code);
+
+  RarPass sum = SumRarArchive(archivePath);
+  switch (sum.stop) {
+    case RarStop::kLibrary:
+      LogMessage(kUnrarNoLibrary, index, kTag, UnrarSession::LibraryPath(), static_cast<unsigned>(sum.code));
+      LogMessage(kUnrarSizeFailed, index, kTag, sum.code);
+      return sum.code;
+    case RarStop::kOpen:
+      LogOpenError(sum.code, archivePath);
+      LogMessage(kUnrarSizeFailed, index, kTag, sum.code);
+      return sum.code;
+    // The first pass only counts: an entry it cannot skip or a broken header ends
+    // the count, and the second pass meets them again.
+    case RarStop::kEntry:
+      LogProcessError(sum.code);
       break;
-    }
-  }
-  if (headerCode == ERAR_BAD_DATA) {
-    fputs(kHeaderBrokenOut, stdout);
-    fflush(stdout);
-  }
-  return ERAR_SUCCESS;
-}
-
-int32_t CUnrarCommand::ExtractArchive(wchar_t* archivePath, wchar_t* target, int64_t size, HANDLE cancelHandle,
-                                      CRITICAL_SECTION* storeLock) {
-  UnrarSession session;
-  if (session.Status() != ERROR_SUCCESS) {
-    LogMessage(kNoLibrary, index, kTag, session.LibraryPath(), session.Status());
-    return static_cast<int32_t>(session.Status());
-  }
-  const UnrarApi& api = session.Api();
-  OpenArchive opened(api, archivePath, RAR_OM_EXTRACT, this);
-  if (opened.Result() != ERAR_SUCCESS) {
-    LogOpenError(opened.Result(), archivePath);
-    return opened.Result();
+    case RarStop::kBrokenHeader:
+      fputs(kUnrarHeaderBrokenOut, stdout);
+      fflush(stdout);
+      break;
+    default:
+      break;
   }
 
-  std::unique_ptr<RARHeaderDataEx> header(new RARHeaderDataEx());
-  int64_t done = 0;
+  const int64_t size = sum.bytes;
   SYSTEMTIME last = {};
-  int32_t result = ERAR_SUCCESS;
-  int headerCode;
-  while ((headerCode = api.RARReadHeaderEx(opened.Handle(), header.get())) == ERAR_SUCCESS) {
-    // Counted before the file is extracted: the percentage published after it
-    // includes it.
-    done += UnrarEntrySize(*header);
-    int code = api.RARProcessFileW(opened.Handle(), RAR_EXTRACT, target, nullptr);
-    if (code != ERAR_SUCCESS) {
-      LogProcessError(code);
-      LogMessage(kFileFailed, header->FileNameW, archivePath, target);
-      result = code;
+  RarPass extraction = ExtractRarArchive(archivePath, target, cancelHandle, [&](const wchar_t* entry, int64_t done) {
+    // Only the second and millisecond of the clock count. When the minute turns
+    // the difference goes negative and updates pause until the second passes
+    // the old one: front ends are used to that pace, so it stays.
+    SYSTEMTIME now;
+    GetSystemTime(&now);
+    int elapsed = (static_cast<int>(now.wSecond) - static_cast<int>(last.wSecond)) * 1000 +
+                  static_cast<int>(now.wMilliseconds) - static_cast<int>(last.wMilliseconds);
+    if (elapsed > refreshInterval) {
+      PublishProgress(done, size, entry, storeLock);
+      last = now;
+    }
+  });
+  switch (extraction.stop) {
+    case RarStop::kLibrary:
+      LogMessage(kUnrarNoLibrary, index, kTag, UnrarSession::LibraryPath(), static_cast<unsigned>(extraction.code));
       break;
-    }
-
-    if (refreshEnabled) {
-      // Only the second and millisecond of the clock count. When the minute turns
-      // the difference goes negative and updates pause until the second passes
-      // the old one: front ends are used to that pace, so it stays.
-      SYSTEMTIME now;
-      GetSystemTime(&now);
-      int elapsed = (static_cast<int>(now.wSecond) - static_cast<int>(last.wSecond)) * 1000 +
-                    static_cast<int>(now.wMilliseconds) - static_cast<int>(last.wMilliseconds);
-      if (elapsed > refreshInterval) {
-        PublishProgress(done, size, header->FileNameW, storeLock);
-        last = now;
-      }
-    }
-
-    // Files already extracted stay where they are. The archive is closed on the
-    // way out, so a cancelled run does not keep it locked.
-    if (cancelHandle != INVALID_HANDLE_VALUE && cancelHandle != nullptr &&
-        WaitForSingleObject(cancelHandle, 0) == WAIT_OBJECT_0) {
-      return ERROR_CANCELLED;
-    }
+    case RarStop::kOpen:
+      LogOpenError(extraction.code, archivePath);
+      break;
+    case RarStop::kEntry:
+      LogProcessError(extraction.code);
+      LogMessage(kUnrarFileFailed, extraction.entry.c_str(), archivePath, target);
+      break;
+    case RarStop::kBrokenHeader:
+      LogMessage(kUnrarHeaderBroken);
+      break;
+    default:
+      // Files already extracted before a cancel stay where they are.
+      break;
   }
-  if (headerCode == ERAR_BAD_DATA) {
-    LogMessage(kHeaderBroken);
-    result = ERAR_BAD_DATA;
-  }
-  // Any other end of the headers, ERAR_END_ARCHIVE above all, ends the pass as it
-  // stands.
-  return result;
+  return extraction.code;
 }
 
 void CUnrarCommand::PublishProgress(int64_t done, int64_t size, const wchar_t* fileName,
                                     CRITICAL_SECTION* storeLock) {
   // Without progressVar there is nothing to publish to, and an archive of empty
   // files has no percentage to give.
-  if (progressIntName == nullptr || progressTextName == nullptr || size <= 0) return;
+  if (!progressIntName || !progressTextName || size <= 0) return;
   int64_t percent = done * 100 / size;
   // The archive is read twice; one replaced between the passes must not show
   // more than all of it.
@@ -305,8 +190,8 @@ void CUnrarCommand::PublishProgress(int64_t done, int64_t size, const wchar_t* f
   if (percent < 0) percent = 0;
 
   if (storeLock != nullptr) EnterCriticalSection(storeLock);
-  SelfFreeRelease(StoreGetObject<CSelfFree>(progressTextName));
-  StorePut(progressIntName, static_cast<StoreValue>(percent));
-  StorePutObject(progressTextName, MakeString(fileName));
+  SelfFreeRelease(StoreGetObject<CSelfFree>(progressTextName.Get()));
+  StorePut(progressIntName.Get(), static_cast<StoreValue>(percent));
+  StorePutObject(progressTextName.Get(), MakeString(fileName));
   if (storeLock != nullptr) LeaveCriticalSection(storeLock);
 }

@@ -75,4 +75,6 @@ UnrarSession::~UnrarSession() { ReleaseSRWLockExclusive(&g_unrarLock); }
 
 const UnrarApi& UnrarSession::Api() const { return g_unrarApi; }
 
-const wchar_t* UnrarSession::LibraryPath() const { return g_unrarPath.c_str(); }
+const wchar_t* UnrarSession::LibraryPath() { return g_unrarPath.c_str(); }
+
+void RarArchiveTraits::Close(Handle archive) { g_unrarApi.RARCloseArchive(archive); }

@@ -18,6 +18,8 @@
 
 #include <cstdint>
 
+#include "engine/ScopedHandle.h"
+
 #pragma pack(push, 1)
 
 struct RARHeaderDataEx {
@@ -136,9 +138,22 @@ class UnrarSession {
   DWORD Status() const { return status_; }
   // The calls; only valid when Status is 0.
   const UnrarApi& Api() const;
-  // Where the library is looked for: unrar64.dll beside the plug-in.
-  const wchar_t* LibraryPath() const;
+  // Where the library is looked for: unrar64.dll beside the plug-in. Set by the
+  // first session and never changed after, so it may be read once a session has
+  // ended.
+  static const wchar_t* LibraryPath();
 
  private:
   DWORD status_;
 };
+
+// An open archive of the bound library, closed by RARCloseArchive. Only inside
+// the UnrarSession that opened it: declare the session first, so that the archive
+// is closed before the session ends.
+struct RarArchiveTraits {
+  typedef HANDLE Handle;
+  static Handle Null() { return nullptr; }
+  static bool IsValid(Handle archive) { return archive != nullptr; }
+  static void Close(Handle archive);
+};
+typedef ScopedHandle<RarArchiveTraits> ScopedRarArchive;

@@ -12,15 +12,17 @@
 #pragma once
 
 #include "engine/InstallCommand.h"
+#include "files/FileTexts.h"
 
 class CWriteIEADSCommand : public CInstallCommand {
  public:
-  ~CWriteIEADSCommand();
+  static constexpr FrameStyle kFrame{filetext::kWriteIEADSTag, kFrameNoBeginLine};  // begins with the file's name
+
   int32_t Execute(HANDLE cancelHandle, CRITICAL_SECTION* storeLock) override;
   // pathFile is required.
   int32_t Load(IXMLDOMNamedNodeMap* attributes) override;
 
-  wchar_t* pathFile = nullptr;
+  ScopedText pathFile;
 
   SELFFREE_DESTRUCTOR(CWriteIEADSCommand)
 };

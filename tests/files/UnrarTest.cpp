@@ -376,25 +376,25 @@ TEST_F(UnrarTest, LoadReadsTheArchiveAndTheProgressNames) {
   CUnrarCommand* unrar = load(L"<Unrar archive='a.rar' refresh='0x20' progressVar='Bar'/>");
   EXPECT_TRUE(unrar->refreshEnabled);
   EXPECT_EQ(unrar->refreshInterval, 32);
-  EXPECT_STREQ(unrar->progressIntName, "int_Bar");
-  EXPECT_STREQ(unrar->progressTextName, "String_Bar");
-  EXPECT_EQ(unrar->destination, nullptr);
+  EXPECT_STREQ(unrar->progressIntName.Get(), "int_Bar");
+  EXPECT_STREQ(unrar->progressTextName.Get(), "String_Bar");
+  EXPECT_EQ(unrar->destination.Get(), nullptr);
   unrar->Free();
 
   // progressVar counts only beside a non-zero refresh.
   unrar = load(L"<Unrar archive='a.rar' progressVar='Bar'/>");
   EXPECT_TRUE(unrar->refreshEnabled);
   EXPECT_EQ(unrar->refreshInterval, 300);
-  EXPECT_EQ(unrar->progressIntName, nullptr);
+  EXPECT_EQ(unrar->progressIntName.Get(), nullptr);
   unrar->Free();
   unrar = load(L"<Unrar archive='a.rar' refresh='0' progressVar='Bar'/>");
   EXPECT_FALSE(unrar->refreshEnabled);
-  EXPECT_EQ(unrar->progressTextName, nullptr);
+  EXPECT_EQ(unrar->progressTextName.Get(), nullptr);
   unrar->Free();
 
   // A name that does not fit 259 bytes gives no progress names at all.
   unrar = load(L"<Unrar archive='a.rar' refresh='5' progressVar='" + std::wstring(260, L'n') + L"'/>");
-  EXPECT_EQ(unrar->progressIntName, nullptr);
-  EXPECT_EQ(unrar->progressTextName, nullptr);
+  EXPECT_EQ(unrar->progressIntName.Get(), nullptr);
+  EXPECT_EQ(unrar->progressTextName.Get(), nullptr);
   unrar->Free();
 }
