@@ -20,7 +20,7 @@ const IID kIidPropertyStore = {0x886D8EEB, 0x8CF2, 0x4446, {0x8D, 0x02, 0xCD, 0x
 
 }  // namespace
 
-HRESULT WriteShellLink(const wchar_t* linkPath, const ShellLinkSpec& spec, ShellLinkStep* failedAt) {
+HRESULT WriteShellLink(const wchar_t* linkPath, const ShellLinkContent& content, ShellLinkStep* failedAt) {
   ShellLinkStep step = ShellLinkStep::kNone;
   ScopedCom<IShellLinkW> link;
   HRESULT hr = CoCreateInstance(CLSID_ShellLink, nullptr, CLSCTX_INPROC_SERVER, IID_IShellLinkW,
@@ -28,13 +28,13 @@ HRESULT WriteShellLink(const wchar_t* linkPath, const ShellLinkSpec& spec, Shell
   if (FAILED(hr)) {
     step = ShellLinkStep::kCreate;
   } else {
-    link.Get()->SetPath(spec.target);
-    if (spec.arguments != nullptr && *spec.arguments != L'\0') link.Get()->SetArguments(spec.arguments);
-    if (spec.description != nullptr) link.Get()->SetDescription(spec.description);
-    if (spec.iconPath != nullptr) link.Get()->SetIconLocation(spec.iconPath, spec.iconIndex);
-    if (spec.workingDirectory != nullptr) link.Get()->SetWorkingDirectory(spec.workingDirectory);
+    link.Get()->SetPath(content.target);
+    if (content.arguments != nullptr && *content.arguments != L'\0') link.Get()->SetArguments(content.arguments);
+    if (content.description != nullptr) link.Get()->SetDescription(content.description);
+    if (content.iconPath != nullptr) link.Get()->SetIconLocation(content.iconPath, content.iconIndex);
+    if (content.workingDirectory != nullptr) link.Get()->SetWorkingDirectory(content.workingDirectory);
     // A link without its application id is still saved.
-    if (spec.setAppUserModelId) AddAppUserModelId(link.Get(), spec.appUserModelId);
+    if (content.setAppUserModelId) AddAppUserModelId(link.Get(), content.appUserModelId);
     ScopedCom<IPersistFile> persist;
     hr = link.Get()->QueryInterface(IID_IPersistFile, reinterpret_cast<void**>(persist.Receive()));
     if (FAILED(hr)) {

@@ -9,7 +9,7 @@
 #include <objbase.h>
 
 // What goes into the link besides its target. A null text is not set at all.
-struct ShellLinkSpec {
+struct ShellLinkContent {
   const wchar_t* target = nullptr;
   const wchar_t* arguments = nullptr;  // an empty text is not set either
   const wchar_t* description = nullptr;
@@ -33,7 +33,7 @@ enum class ShellLinkStep {
 // Writes the link at linkPath, replacing an existing one of that name; the
 // folder has to exist. Returns the result of the last step taken, and the step it
 // failed at in *failedAt when given (kNone on success).
-HRESULT WriteShellLink(const wchar_t* linkPath, const ShellLinkSpec& spec, ShellLinkStep* failedAt = nullptr);
+HRESULT WriteShellLink(const wchar_t* linkPath, const ShellLinkContent& content, ShellLinkStep* failedAt = nullptr);
 
 // Gives link (a shell link) the application id appId through its property
 // store, on systems from Windows 8 on. 0 on systems before it, after logging so;

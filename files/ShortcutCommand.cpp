@@ -137,17 +137,17 @@ HRESULT CShortcutCommand::OtherLink() {
 HRESULT CShortcutCommand::CreateLink(const wchar_t* target, const wchar_t* linkPath, const wchar_t* description) {
   using namespace filetext;
   HRESULT com = CoInitialize(nullptr);
-  ShellLinkSpec spec;
-  spec.target = target;
-  spec.arguments = arguments.Get();
-  spec.description = description;
-  spec.iconPath = target;
-  spec.iconIndex = 0;
-  spec.workingDirectory = OrEmpty(currentDir.Get());
-  spec.setAppUserModelId = true;
-  spec.appUserModelId = appName.Get();
+  ShellLinkContent content;
+  content.target = target;
+  content.arguments = arguments.Get();
+  content.description = description;
+  content.iconPath = target;
+  content.iconIndex = 0;
+  content.workingDirectory = OrEmpty(currentDir.Get());
+  content.setAppUserModelId = true;
+  content.appUserModelId = appName.Get();
   ShellLinkStep failedAt = ShellLinkStep::kNone;
-  HRESULT hr = WriteShellLink(linkPath, spec, &failedAt);
+  HRESULT hr = WriteShellLink(linkPath, content, &failedAt);
   if (failedAt == ShellLinkStep::kQueryInterface) {
     MirrorLog(kShellLinkSite, kShellLinkSiteWide, kLogLevelError, kQueryInterfaceFailed);
   } else if (failedAt == ShellLinkStep::kSave) {
