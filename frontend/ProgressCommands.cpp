@@ -24,10 +24,7 @@ int32_t CVltUpdateProgressCommand::Execute(HANDLE, CRITICAL_SECTION* storeLock) 
   }
   HANDLE event = reinterpret_cast<HANDLE>(StoreGet("HANDLE_InstallProgressEv"));
   LogMessage(L"%i: UpdateProgress:%d\n", index, progress);
-  EnterCriticalSection(storeLock);
-  StorePut("int_InstallProgressPercent", static_cast<StoreValue>(static_cast<int64_t>(progress)));
-  if (event != nullptr) SetEvent(event);
-  LeaveCriticalSection(storeLock);
+  PublishProgress(storeLock, progress, event);
   LogMessage(L"%i: VltUpdateProgress End execute. Next command %i.\n", index, GetNextIndex());
   LeaveCriticalSection(&lock);
   return kStatusOk;
@@ -47,11 +44,19 @@ int32_t CVltSetErrorCommand::Load(IXMLDOMNamedNodeMap* attributes) {
   return kStatusOk;
 }
 
-void PublishFailure(const wchar_t* reason, HANDLE progressEvent) {
+void PublishProgress(CRITICAL_SECTION* storeLock, int32_t percent, HANDLE progressEvent) {
+  EnterCriticalSection(storeLock);
+  StorePut("int_InstallProgressPercent", static_cast<StoreValue>(static_cast<int64_t>(percent)));
+  if (progressEvent != nullptr) SetEvent(progressEvent);
+  LeaveCriticalSection(storeLock);
+}
+
+void PublishFailure(const wchar_t* reason, HANDLE progressEvent, OldReason order) {
   if (reason != nullptr) {
     CSelfFree* old = StoreGetObject<CSelfFree>("String_InstallFailReason");
+    if (order == OldReason::FreedFirst) SelfFreeRelease(old);
     StorePutObject("String_InstallFailReason", MakeString(reason));
-    SelfFreeRelease(old);
+    if (order == OldReason::FreedAfter) SelfFreeRelease(old);
   }
   StorePut("int_InstallFailed", 1);
   StorePut("int_InstallProgressPercent", static_cast<StoreValue>(static_cast<int64_t>(-1)));

@@ -32,7 +32,18 @@ class CVltSetErrorCommand : public CInstallCommand {
   SELFFREE_DESTRUCTOR(CVltSetErrorCommand)
 };
 
-// Replaces String_InstallFailReason with a copy of reason (the old value freed
-// after the new one is stored), sets int_InstallFailed and -1 as the percentage,
-// and signals the progress event. The caller holds storeLock.
-void PublishFailure(const wchar_t* reason, HANDLE progressEvent);
+// The progress publisher every front end command shares.
+
+// Takes storeLock, stores percent as int_InstallProgressPercent, signals the
+// progress event when there is one, and releases the lock.
+void PublishProgress(CRITICAL_SECTION* storeLock, int32_t percent, HANDLE progressEvent);
+
+// When the reason that PublishFailure replaces is freed. Readers that copy the
+// text under storeLock see no difference; the two orders are kept as the
+// commands have always had them.
+enum class OldReason { FreedAfter, FreedFirst };
+
+// Replaces String_InstallFailReason with a copy of reason, sets
+// int_InstallFailed and -1 as the percentage, and signals the progress event.
+// The caller holds storeLock.
+void PublishFailure(const wchar_t* reason, HANDLE progressEvent, OldReason old = OldReason::FreedAfter);

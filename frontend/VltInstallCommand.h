@@ -5,17 +5,25 @@
 // startup shortcuts (90, then 100). A failure publishes its text and -1 through
 // the progress protocol; the command itself still returns 0 and nothing done so
 // far is rolled back.
+//
+// The steps are the units of the subsystems below: the RAR passes and the link
+// writer and tree delete of files/, the service calls of services/, the progress
+// publisher of the progress commands. What is the sequence's own is its fixed
+// names, its log lines and its percentages.
 #pragma once
 
 #include "engine/InstallCommand.h"
 
 class CVltInstallCommand : public CInstallCommand {
  public:
+  // Writes no begin line and never marks itself executed, so the engine's
+  // warning follows every run.
+  static constexpr FrameStyle kFrame{L"VltInstall", kFrameNoBeginLine | kFrameNeverMarked};
+
   int32_t Execute(HANDLE cancelHandle, CRITICAL_SECTION* storeLock) override;
   int32_t Load(IXMLDOMNamedNodeMap* attributes) override;
 
   // The steps, each 0 or a Windows or UnRAR error.
-  int32_t SumUnpackedSize(const wchar_t* archive, int64_t* total);
   int32_t ExtractPackage(const wchar_t* archive, const wchar_t* target);
   int32_t InstallVlservService(const wchar_t* installPath);
   int32_t SetShortcuts(const wchar_t* installPath);
@@ -27,13 +35,4 @@ class CVltInstallCommand : public CInstallCommand {
   CRITICAL_SECTION* storeLock = nullptr;
 
   SELFFREE_DESTRUCTOR(CVltInstallCommand)
-
- private:
-  void Publish(int32_t percent);
-  void PublishFailure(const wchar_t* text);
 };
-
-// Empties folder: files are deleted (a failure is kept, the last one wins, and the
-// walk goes on), subfolders are emptied and removed. With keepFolder false the
-// folder itself goes too. 0, or the error that stands.
-DWORD DeleteTreeContents(const wchar_t* folder, bool keepFolder);

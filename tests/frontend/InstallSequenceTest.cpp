@@ -160,24 +160,6 @@ TEST_F(InstallSequenceTest, MissingPathsAndArchiveAreFailures) {
   EXPECT_TRUE(log_->Contains(L"Could not get unpacked size for " + application_.substr(0, 1) + L". errCode:15"));
 }
 
-TEST(DeleteTreeContentsTest, EmptiesTheFolderAndKeepsItOnRequest) {
-  std::wstring root = MakeTempFolder(L"tree-contents");
-  std::wstring folder = root + L"group";
-  CreateDirectoryW(folder.c_str(), nullptr);
-  CreateDirectoryW((folder + L"\\sub").c_str(), nullptr);
-  for (const wchar_t* name : {L"\\a.lnk", L"\\sub\\b.lnk"}) {
-    HANDLE file = CreateFileW((folder + name).c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, 0, nullptr);
-    CloseHandle(file);
-  }
-  EXPECT_EQ(DeleteTreeContents(folder.c_str(), true), 0u);
-  EXPECT_TRUE(Exists(folder));
-  EXPECT_TRUE(ListTree(folder).empty());
-  EXPECT_EQ(DeleteTreeContents(folder.c_str(), false), 0u);
-  EXPECT_FALSE(Exists(folder));
-  EXPECT_EQ(DeleteTreeContents(folder.c_str(), false), 1359u) << "a folder that is not there";
-  RemoveTree(root);
-}
-
 class ConsoleTest : public InstallSequenceTest {
  protected:
   void SetUp() override {

@@ -1,0 +1,41 @@
+// The fixed texts of the front end commands, in one place, exactly as scripts,
+// log readers and users know them. Log formats are Microsoft-style: %s is wide
+// text, %S narrow text.
+#pragma once
+
+// The built-in install sequence: its fixed names, log lines and the failure
+// texts the user sees. "Could not get unpacked size for %S" hands a wide path to
+// the narrow specifier and has no line break of its own: log readers know it so.
+namespace installtext {
+
+constexpr const wchar_t* kArchiveName = L"installerpackage.exe";
+constexpr const wchar_t* kServiceName = L"vlserv";
+constexpr const wchar_t* kServiceBinary = L"vlscan.exe \\svc";
+constexpr const wchar_t* kServiceGroup = L"Norvane Delayed Group";
+constexpr const wchar_t* kShortcutTarget = L"vliface.exe";
+constexpr const wchar_t* kShortcutExtension = L".lnk";
+
+constexpr const wchar_t* kNoApplicationPath = L"%i: VltInstall Error: Could not get ApplicationPath.\n";
+constexpr const wchar_t* kNoInstallPath = L"%i: VltInstall Error: Could not get InstallPath.\n";
+constexpr const wchar_t* kExtractFailed = L"%i: VltInstall Error: Could not extract installer package. errCode:%d\n";
+constexpr const wchar_t* kServiceFailed = L"%i: VltInstall Error: Could not install service. errCode:%d\n";
+constexpr const wchar_t* kShortcutsFailed = L"%i: VltInstall Error: Could not set shortcuts. errCode:%d\n";
+constexpr const wchar_t* kNoUnpackedSize = L"Could not get unpacked size for %S. errCode:%d";
+constexpr const wchar_t* kNoServiceManager = L"%i: VltInstall Error: Could not open scMgr. errCode:%d\n";
+constexpr const wchar_t* kServiceCreateFailed = L"%i: VltInstall Error: Could not create service. errCode:%d\n";
+constexpr const wchar_t* kServiceConfigFailed = L"%i: VltInstall Error: Could not change service config. errCode:%d\n";
+constexpr const wchar_t* kNoStartMenu = L"%i: VltInstall Error: Could not get CSIDL_COMMON_STARTMENU. errCode:%d\n";
+constexpr const wchar_t* kNoStartup = L"%i: VltInstall Error: Could not get CSIDL_COMMON_STARTUP. errCode:%d\n";
+constexpr const wchar_t* kStartMenuShortcutFailed =
+    L"%i: VltInstall Error: Could not create start menu shortcut. errCode:%d\n";
+constexpr const wchar_t* kStartupShortcutFailed = L"%i: VltInstall Error: Could not create startup shortcut. errCode:%d\n";
+constexpr const wchar_t* kLinkCreateFailed = L"%i: VltInstall Error: Could not CoCreateInstance. errCode:0x%x\n";
+constexpr const wchar_t* kLinkPersistFailed = L"%i: VltInstall Error: Could not get IPersistFile. errCode:0x%x\n";
+constexpr const wchar_t* kLinkSaveFailed = L"%i: VltInstall Error: Could not save %s. errCode:0x%x\n";
+
+constexpr const wchar_t* kFailInternal = L"Internal Error";
+constexpr const wchar_t* kFailExtract = L"Could not extract files";
+constexpr const wchar_t* kFailService = L"Could not install service";
+constexpr const wchar_t* kFailShortcuts = L"Could not set shortcuts";
+
+}  // namespace installtext
