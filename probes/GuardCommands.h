@@ -16,13 +16,13 @@
 class CArchitectureCheckCommand : public CInstallCommand {
  public:
   static constexpr const wchar_t* kTag = L"ArchitectureCheck";
+  static constexpr FrameStyle kFrame{kTag};
 
-  ~CArchitectureCheckCommand();
   int32_t Execute(HANDLE cancelHandle, CRITICAL_SECTION* storeLock) override;
   int32_t Load(IXMLDOMNamedNodeMap* attributes) override;
 
   int32_t forceArchitecture = 0;
-  char* forceArchitectureVar = nullptr;
+  ScopedNarrowText forceArchitectureVar;  // "int_" and the name, none when absent
 
   SELFFREE_DESTRUCTOR(CArchitectureCheckCommand)
 };
@@ -30,12 +30,12 @@ class CArchitectureCheckCommand : public CInstallCommand {
 class CForceSingleInstanceCommand : public CInstallCommand {
  public:
   static constexpr const wchar_t* kTag = L"ForceSingleInstance";
+  static constexpr FrameStyle kFrame{kTag};
 
-  ~CForceSingleInstanceCommand();
   int32_t Execute(HANDLE cancelHandle, CRITICAL_SECTION* storeLock) override;
   int32_t Load(IXMLDOMNamedNodeMap* attributes) override;
 
-  wchar_t* eventName = nullptr;
+  ScopedText eventName;  // expanded in place at Execute
   bool ignoreInstallerParent = false;
 
   SELFFREE_DESTRUCTOR(CForceSingleInstanceCommand)

@@ -4,6 +4,8 @@
 #include <cstring>
 #include <vector>
 
+#include "engine/ScopedHandle.h"
+
 namespace {
 
 typedef BOOL(WINAPI* IsWow64ProcessFn)(HANDLE, PBOOL);
@@ -48,20 +50,10 @@ BOOL Wow64Flag() {
   return flag;
 }
 
-// Owns a process handle opened for queries.
-class ProcessHandle {
- public:
-  explicit ProcessHandle(DWORD processId) : handle_(OpenProcess(kQueryAccess, FALSE, processId)) {}
-  ~ProcessHandle() {
-    if (handle_ != nullptr) CloseHandle(handle_);
-  }
-  ProcessHandle(const ProcessHandle&) = delete;
-  ProcessHandle& operator=(const ProcessHandle&) = delete;
-  HANDLE Get() const { return handle_; }
-
- private:
-  HANDLE handle_;
-};
+// A process opened for queries; none when it cannot be opened.
+ScopedKernelHandle OpenForQuery(DWORD processId) {
+  return ScopedKernelHandle(OpenProcess(kQueryAccess, FALSE, processId));
+}
 
 }  // namespace
 
@@ -87,9 +79,9 @@ DWORD GetParentProcessId() {
 
 std::wstring GetProcessImagePath(DWORD processId) {
   std::wstring path;
-  ProcessHandle process(processId);
+  ScopedKernelHandle process = OpenForQuery(processId);
   QueryInformationProcessFn query = QueryInformationProcess();
-  if (process.Get() == nullptr || query == nullptr) return path;
+  if (!process || query == nullptr) return path;
   // A counted string followed by its text.
   alignas(8) unsigned char buffer[540] = {};
   if (query(process.Get(), kProcessImageFileName, buffer, sizeof(buffer), nullptr) == 0) {
@@ -103,9 +95,9 @@ std::wstring GetParentImagePath() { return GetProcessImagePath(GetParentProcessI
 
 std::wstring GetParentCommandLine() {
   std::wstring commandLine;
-  ProcessHandle parent(GetParentProcessId());
+  ScopedKernelHandle parent = OpenForQuery(GetParentProcessId());
   QueryInformationProcessFn query = QueryInformationProcess();
-  if (parent.Get() == nullptr || query == nullptr) return commandLine;
+  if (!parent || query == nullptr) return commandLine;
   BasicInformation information = {};
   if (query(parent.Get(), kProcessBasicInformation, &information, sizeof(information), nullptr) != 0) {
     return commandLine;
@@ -143,8 +135,8 @@ bool RunAndWait(const wchar_t* commandLine, const wchar_t* currentDirectory) {
                       &startup, &process)) {
     return false;
   }
-  WaitForSingleObject(process.hProcess, INFINITE);
-  CloseHandle(process.hProcess);
-  CloseHandle(process.hThread);
+  ScopedKernelHandle thread(process.hThread);
+  ScopedKernelHandle child(process.hProcess);
+  WaitForSingleObject(child.Get(), INFINITE);
   return true;
 }

@@ -3,9 +3,9 @@
 #include <cstdlib>
 #include <cwchar>
 
-#include "engine/Expand.h"
 #include "engine/Log.h"
 #include "engine/Store.h"
+#include "engine/StoreNames.h"
 #include "probes/Platform.h"
 #include "registry/RegistryTexts.h"
 
@@ -27,8 +27,8 @@ bool DeleteTreeRecurse(HKEY root, wchar_t* path, RegDeleteKeyExFn deleteKeyEx) {
   // A key without subkeys goes at once; this is also how every leaf ends.
   if (DeleteKeyInSystemView(root, path, deleteKeyEx) == ERROR_SUCCESS) return true;
 
-  HKEY key = nullptr;
-  LONG opened = RegOpenKeyExW(root, path, 0, RegReadMask(IsSystem64Bit()), &key);
+  ScopedKey key;
+  LONG opened = RegOpenKeyExW(root, path, 0, RegReadMask(IsSystem64Bit()), key.Receive());
   if (opened == ERROR_FILE_NOT_FOUND) {
     LogMessage(regtext::kTreeKeyNotFound);
     return true;
@@ -49,7 +49,7 @@ bool DeleteTreeRecurse(HKEY root, wchar_t* path, RegDeleteKeyExFn deleteKeyEx) {
   for (;;) {
     // Always index 0: the child handled last is gone, so the next one moved up.
     DWORD size = kChildNameCapacity;
-    if (RegEnumKeyExW(key, 0, child, &size, nullptr, nullptr, nullptr, nullptr) != ERROR_SUCCESS) break;
+    if (RegEnumKeyExW(key.Get(), 0, child, &size, nullptr, nullptr, nullptr, nullptr) != ERROR_SUCCESS) break;
     if (previous[0] != L'\0' && wcscmp(previous, child) == 0) {
       // Reported gone but still listed, as a symbolic link to a missing key is:
       // enumerating again would never end.
@@ -72,13 +72,14 @@ bool DeleteTreeRecurse(HKEY root, wchar_t* path, RegDeleteKeyExFn deleteKeyEx) {
   // Cuts the backslash off again, also one that the caller's path ended in: the
   // key itself is deleted by its plain name.
   if (path[childPosition - 1] == L'\\') path[childPosition - 1] = L'\0';
-  RegCloseKey(key);
+  // Closed before the key itself goes.
+  key.Reset();
   return DeleteKeyInSystemView(root, path, deleteKeyEx) == ERROR_SUCCESS;
 }
 
 }  // namespace
 
-bool X64Requested() { return StoreGetInt32("int_x64") != 0; }
+bool X64Requested() { return StoreGetInt32(storename::kX64) != 0; }
 
 LONG DeleteKeyInSystemView(HKEY root, const wchar_t* subkey, RegDeleteKeyExFn deleteKeyEx) {
   // The view follows the system, not int_x64: a 64-bit system deletes in its
@@ -118,34 +119,19 @@ void UserHiveWalk(int32_t commandIndex, const wchar_t* commandName, const wchar_
   }
   DWORD capacity = longest + 1;
   // One more character than the enumeration may fill, so the name always ends.
-  wchar_t* name = static_cast<wchar_t*>(calloc(capacity + 1, sizeof(wchar_t)));
-  if (name == nullptr) return;
+  ScopedText name(static_cast<wchar_t*>(calloc(capacity + 1, sizeof(wchar_t))));
+  if (!name) return;
   for (DWORD index = 0;; ++index) {
     DWORD size = capacity;
-    LONG result = RegEnumKeyExW(HKEY_USERS, index, name, &size, nullptr, nullptr, nullptr, nullptr);
+    LONG result = RegEnumKeyExW(HKEY_USERS, index, name.Get(), &size, nullptr, nullptr, nullptr, nullptr);
     // The result is looked at only after the pass: the pass that runs out of hives
     // still holds the previous name, and repeats it.
-    if (!IsServiceAccount(name)) {
-      LogMessage(rootMessage, commandIndex, commandName, name);
-      action(name);
+    if (!IsServiceAccount(name.Get())) {
+      LogMessage(rootMessage, commandIndex, commandName, name.Get());
+      action(name.Get());
     }
     if (result != ERROR_SUCCESS) break;
   }
-  free(name);
-}
-
-bool ExpandRegistryText(wchar_t** field) {
-  if (*field == nullptr) return true;
-  wchar_t* expanded = nullptr;
-  if (!ExpandVariables(*field, &expanded) || expanded == nullptr) return false;
-  free(*field);
-  *field = expanded;
-  return true;
-}
-
-CRegistryCommand::~CRegistryCommand() {
-  free(subkey);
-  subkey = nullptr;
 }
 
 int32_t CRegistryCommand::ParseKeyBase(const wchar_t* text, bool* allUsers) {
@@ -177,24 +163,17 @@ int32_t CRegistryCommand::ReadKeyAttributes(AttributeReader& reader, bool* allUs
   if (hr != S_OK) return hr;
   int32_t status = ParseKeyBase(text, allUsers);
   if (status != kStatusOk) return status;
-  return reader.ReadCopy(L"subkey", &subkey);
+  return reader.ReadCopy(L"subkey", subkey);
 }
 
 void CRegistryCommand::WalkOpenedHives(const wchar_t* tag, const wchar_t* rootMessage,
-                                       const std::function<void(const wchar_t* hive)>& action) {
-  UserHiveWalk(index, tag, rootMessage, [&](const wchar_t* hive) {
-    root = nullptr;
-    if (RegOpenKeyExW(HKEY_USERS, hive, 0, RegWriteMask(X64Requested()), &root) != ERROR_SUCCESS) {
-      LogMessage(regtext::kHiveOpenFailed, index, tag, hive);
+                                       const std::function<void(ScopedKey& hive)>& action) {
+  UserHiveWalk(index, tag, rootMessage, [&](const wchar_t* name) {
+    ScopedKey hive;
+    if (RegOpenKeyExW(HKEY_USERS, name, 0, RegWriteMask(X64Requested()), hive.Receive()) != ERROR_SUCCESS) {
+      LogMessage(regtext::kHiveOpenFailed, index, tag, name);
       return;
     }
     action(hive);
   });
-}
-
-void FatalBufferOverflow() {
-  // The status of a failed security check, as the run-time library's own fail-fast
-  // path reports it.
-  TerminateProcess(GetCurrentProcess(), 0xC0000409);
-  ExitProcess(0xC0000409);
 }

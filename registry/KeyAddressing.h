@@ -19,7 +19,9 @@
 #include <cstdint>
 #include <functional>
 
+#include "engine/Expand.h"
 #include "engine/InstallCommand.h"
+#include "engine/ScopedHandle.h"
 
 // Access masks. KEY_WOW64_32KEY is never asked for: a 64-bit process reads and
 // writes the 64-bit view with or without KEY_WOW64_64KEY, so the flag only
@@ -62,22 +64,14 @@ bool DeleteRegistryTree(HKEY root, const wchar_t* subkey);
 void UserHiveWalk(int32_t commandIndex, const wchar_t* commandName, const wchar_t* rootMessage,
                   const std::function<void(const wchar_t* hive)>& action);
 
-// Replaces the text in *field by its expansion and frees the old text. When the
-// expansion fails the text stays as it is, brackets included, and is used like
-// that: ExpandVariables has logged why. A null field stays null. True when the
-// field was expanded.
-bool ExpandRegistryText(wchar_t** field);
-
 // The common part of every registry command: the root and the subkey path.
 class CRegistryCommand : public CInstallCommand {
  public:
-  ~CRegistryCommand();
-
-  // The root key. Stays null for ALL_USERS; during an ALL_USERS run it holds the
-  // handle of the hive in hand.
+  // The named root, one of the predefined keys, which are never closed. Stays
+  // null for ALL_USERS, whose walk hands each hive to its action instead.
   HKEY root = nullptr;
-  // The path below root, owned (_wcsdup, free). Expanded in place at Execute.
-  wchar_t* subkey = nullptr;
+  // The path below root. Expanded in place at Execute.
+  ScopedText subkey;
 
   SELFFREE_DESTRUCTOR(CRegistryCommand)
 
@@ -91,17 +85,15 @@ class CRegistryCommand : public CInstallCommand {
   // status when one is missing, 1 for an unknown base (subkey then stays unread).
   int32_t ReadKeyAttributes(AttributeReader& reader, bool* allUsers);
 
-  // Replaces subkey by its expansion (see ExpandRegistryText).
-  void ExpandSubkey() { ExpandRegistryText(&subkey); }
+  // Replaces subkey by its expansion. When the expansion fails the text stays as
+  // it is, brackets included, and is used like that: the expansion has logged why.
+  void ExpandSubkey() { ExpandField(subkey, OnFailure::KeepText); }
 
-  // UserHiveWalk with the open of each hive: the hive is opened into root with the
-  // write mask that int_x64 selects, and action runs only when that worked. A hive
-  // that cannot be opened is logged and skipped. Closing root is the action's
-  // business, since the commands differ in it.
-  void WalkOpenedHives(const wchar_t* tag, const wchar_t* rootMessage, const std::function<void(const wchar_t* hive)>& action);
+  // UserHiveWalk with the open of each hive: the hive is opened with the write
+  // mask that int_x64 selects, and action runs only when that worked. A hive that
+  // cannot be opened is logged and skipped. The hive's handle is closed when
+  // action returns, unless action keeps it open by releasing it: the commands
+  // differ in that, and scripts have run against each of their ways.
+  void WalkOpenedHives(const wchar_t* tag, const wchar_t* rootMessage,
+                       const std::function<void(ScopedKey& hive)>& action);
 };
-
-// Ends the process at once, as a bounded copy or format that overflows its
-// buffer must: the run-time library under Wine would only empty the target and
-// go on, while on Windows it ends the process.
-[[noreturn]] void FatalBufferOverflow();

@@ -14,26 +14,25 @@ int32_t CRegCreateKeyCommand::Load(IXMLDOMNamedNodeMap* attributes) {
 
 bool CRegCreateKeyCommand::CreateBelow(HKEY parent) {
   DWORD options = isVolatile != 0 ? REG_OPTION_VOLATILE : REG_OPTION_NON_VOLATILE;
-  HKEY key = nullptr;
-  LONG result = RegCreateKeyExW(parent, subkey, 0, nullptr, options, RegWriteMask(X64Requested()), nullptr, &key,
-                                nullptr);
-  if (result != ERROR_SUCCESS) return false;
-  RegCloseKey(key);
-  return true;
+  ScopedKey key;
+  LONG result = RegCreateKeyExW(parent, subkey.Get(), 0, nullptr, options, RegWriteMask(X64Requested()), nullptr,
+                                key.Receive(), nullptr);
+  return result == ERROR_SUCCESS;
 }
 
 int32_t CRegCreateKeyCommand::Execute(HANDLE, CRITICAL_SECTION*) {
-  if (!EnterGuard(kTag)) return kStatusBusy;
+  ExecuteFrame frame(*this, kFrame);
+  if (!frame.Entered()) return frame.Busy();
   ExpandSubkey();
-  LogMessage(regtext::kCreateBegin, index, kTag, subkey, isVolatile);
+  LogMessage(regtext::kCreateBegin, index, kTag, subkey.Get(), isVolatile);
   if (!allUsers) {
-    if (!CreateBelow(root)) LogMessage(regtext::kCreateFailed, index, kTag, subkey);
+    if (!CreateBelow(root)) LogMessage(regtext::kCreateFailed, index, kTag, subkey.Get());
   } else {
-    WalkOpenedHives(kTag, regtext::kCreateHiveRoot, [this](const wchar_t*) {
-      bool created = CreateBelow(root);
-      RegCloseKey(root);
-      if (!created) LogMessage(regtext::kCreateFailed, index, kTag, subkey);
+    WalkOpenedHives(kTag, regtext::kCreateHiveRoot, [this](ScopedKey& hive) {
+      bool created = CreateBelow(hive.Get());
+      hive.Reset();
+      if (!created) LogMessage(regtext::kCreateFailed, index, kTag, subkey.Get());
     });
   }
-  return FinishExecute(kTag, kStatusOk);
+  return frame.Done();
 }

@@ -17,9 +17,11 @@ int32_t CRegDeleteKeyCommand::Load(IXMLDOMNamedNodeMap* attributes) {
 }
 
 int32_t CRegDeleteKeyCommand::Execute(HANDLE, CRITICAL_SECTION*) {
-  if (!EnterGuard(kTag)) return kStatusBusy;
+  ExecuteFrame frame(*this, kFrame);
+  if (!frame.Entered()) return frame.Busy();
   ExpandSubkey();
-  LogMessage(regtext::kDeleteKeyBegin, index, kTag, subkey, recursive ? L"TRUE" : L"FALSE");
+  LogMessage(regtext::kDeleteKeyBegin, index, kTag, subkey.Get(),
+             recursive ? regtext::kRecursiveTrue : regtext::kRecursiveFalse);
   HMODULE advapi = LoadLibraryW(L"Advapi32");
   RegDeleteKeyExFn deleteKeyEx =
       advapi != nullptr
@@ -27,21 +29,24 @@ int32_t CRegDeleteKeyCommand::Execute(HANDLE, CRITICAL_SECTION*) {
           : nullptr;
   if (!allUsers) {
     if (recursive) {
-      if (!DeleteRegistryTree(root, subkey)) LogMessage(regtext::kDeleteTreeFailed, index, kTag, subkey);
+      if (!DeleteRegistryTree(root, subkey.Get())) LogMessage(regtext::kDeleteTreeFailed, index, kTag, subkey.Get());
     } else {
-      LogMessage(regtext::kDeleteKeyReturned, index, kTag, DeleteKeyInSystemView(root, subkey, deleteKeyEx));
+      LogMessage(regtext::kDeleteKeyReturned, index, kTag, DeleteKeyInSystemView(root, subkey.Get(), deleteKeyEx));
     }
   } else {
-    WalkOpenedHives(kTag, regtext::kDeleteHiveRoot, [&](const wchar_t*) {
+    // Each hive's handle is closed when its turn ends.
+    WalkOpenedHives(kTag, regtext::kDeleteHiveRoot, [&](ScopedKey& hive) {
       if (recursive) {
         // The failure text of this path has the word "not" that the named path lacks.
-        if (!DeleteRegistryTree(root, subkey)) LogMessage(regtext::kDeleteTreeFailedInHive, index, kTag, subkey);
+        if (!DeleteRegistryTree(hive.Get(), subkey.Get())) {
+          LogMessage(regtext::kDeleteTreeFailedInHive, index, kTag, subkey.Get());
+        }
       } else {
-        LogMessage(regtext::kDeleteKeyReturned, index, kTag, DeleteKeyInSystemView(root, subkey, deleteKeyEx));
+        LogMessage(regtext::kDeleteKeyReturned, index, kTag,
+                   DeleteKeyInSystemView(hive.Get(), subkey.Get(), deleteKeyEx));
       }
-      RegCloseKey(root);
     });
   }
   if (advapi != nullptr) FreeLibrary(advapi);
-  return FinishExecute(kTag, kStatusOk);
+  return frame.Done();
 }

@@ -14,6 +14,8 @@
 class CRegDeleteKeyCommand : public CRegistryCommand {
  public:
   static constexpr const wchar_t* kTag = L"RegDeleteKey";
+  // Its begin line is its own, naming the key.
+  static constexpr FrameStyle kFrame{kTag, kFrameNoBeginLine};
 
   int32_t Execute(HANDLE cancelHandle, CRITICAL_SECTION* storeLock) override;
   int32_t Load(IXMLDOMNamedNodeMap* attributes) override;

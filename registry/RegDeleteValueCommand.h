@@ -10,17 +10,18 @@
 class CRegDeleteValueCommand : public CRegistryCommand {
  public:
   static constexpr const wchar_t* kTag = L"RegDeleteValue";
+  // Its begin line is its own, naming the key and the value.
+  static constexpr FrameStyle kFrame{kTag, kFrameNoBeginLine};
 
-  ~CRegDeleteValueCommand();
   int32_t Execute(HANDLE cancelHandle, CRITICAL_SECTION* storeLock) override;
   int32_t Load(IXMLDOMNamedNodeMap* attributes) override;
 
-  wchar_t* valueName = nullptr;
+  ScopedText valueName;  // expanded in place at Execute
   bool allUsers = false;
 
   SELFFREE_DESTRUCTOR(CRegDeleteValueCommand)
 
  private:
-  // Deletes the value from the open key and closes it.
+  // Deletes the value from the open key.
   void DeleteFrom(HKEY key);
 };

@@ -24,20 +24,20 @@
 class CRegGetValueCommand : public CRegistryCommand {
  public:
   static constexpr const wchar_t* kTag = L"RegGetValue";
+  // Its begin line is its own, naming the key, the value and the variable; the
+  // VarExists flag is cleared and logged before it.
+  static constexpr FrameStyle kFrame{kTag, kFrameNoBeginLine};
 
-  ~CRegGetValueCommand();
   int32_t Execute(HANDLE cancelHandle, CRITICAL_SECTION* storeLock) override;
   int32_t Load(IXMLDOMNamedNodeMap* attributes) override;
 
-  wchar_t* valueName = nullptr;
-  char* varName = nullptr;        // bare, without prefix
-  char* varExistsName = nullptr;  // "int_" and the name, null when absent
+  ScopedText valueName;
+  ScopedNarrowText varName;        // bare, without prefix
+  ScopedNarrowText varExistsName;  // "int_" and the name, none when absent
 
   SELFFREE_DESTRUCTOR(CRegGetValueCommand)
 
  private:
   void ReadValue(HKEY key);
-  // "<prefix><varName>" in a new heap text (free with free).
-  char* VariableName(const char* prefix);
   void MarkExists();
 };

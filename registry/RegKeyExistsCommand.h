@@ -13,12 +13,13 @@
 class CRegKeyExistsCommand : public CRegistryCommand {
  public:
   static constexpr const wchar_t* kTag = L"RegKeyExists";
+  // Its begin line is its own, naming the key.
+  static constexpr FrameStyle kFrame{kTag, kFrameNoBeginLine};
 
-  ~CRegKeyExistsCommand();
   int32_t Execute(HANDLE cancelHandle, CRITICAL_SECTION* storeLock) override;
   int32_t Load(IXMLDOMNamedNodeMap* attributes) override;
 
-  wchar_t* variable = nullptr;  // bare, without prefix
+  ScopedText variable;  // bare, without prefix
 
   SELFFREE_DESTRUCTOR(CRegKeyExistsCommand)
 };

@@ -31,19 +31,20 @@
 class CRegSetValueCommand : public CRegistryCommand {
  public:
   static constexpr const wchar_t* kTag = L"RegSetValue";
+  // Its begin line is its own, naming the key, the value and the data.
+  static constexpr FrameStyle kFrame{kTag, kFrameNoBeginLine};
 
-  ~CRegSetValueCommand();
   int32_t Execute(HANDLE cancelHandle, CRITICAL_SECTION* storeLock) override;
   int32_t Load(IXMLDOMNamedNodeMap* attributes) override;
 
-  wchar_t* valueName = nullptr;
-  wchar_t* stringValue = nullptr;
+  ScopedText valueName;                    // expanded in place at Execute
+  ScopedText stringValue;                  // expanded in place at Execute
   MultiStringList* multiString = nullptr;  // the store's, fetched by Execute
-  char* multiStringVarName = nullptr;      // "MultiString_<name>"
+  ScopedNarrowText multiStringVarName;     // "MultiString_<name>"
   uint32_t dwordValue = 0;
   bool hasDwordValue = false;
-  char* dwordVarName = nullptr;   // "int_<name>"
-  char* binaryVarName = nullptr;  // "SelfFree_<name>"
+  ScopedNarrowText dwordVarName;   // "int_<name>"
+  ScopedNarrowText binaryVarName;  // "SelfFree_<name>"
   bool allUsers = false;
   // The registry type chosen by the last run: 0 (none yet), REG_SZ, REG_BINARY,
   // REG_DWORD or REG_MULTI_SZ. A run whose string does not expand keeps it.
@@ -60,10 +61,10 @@ class CRegSetValueCommand : public CRegistryCommand {
     CBuffer* binary = nullptr;
   };
 
-  // Reads a variable-name attribute into *field as prefix + name. False when the
+  // Reads a variable-name attribute into field as prefix + name. False when the
   // name does not convert byte for byte: Load then ends with 0, the remaining
   // attributes unread.
-  bool ReadVarName(AttributeReader& reader, const wchar_t* attribute, const char* prefix, char** field);
+  bool ReadVarName(AttributeReader& reader, const wchar_t* attribute, const char* prefix, ScopedNarrowText& field);
   Data ChooseData();
   // Creates subkey below parent with mask, writes the value and closes the key.
   void CreateAndWrite(HKEY parent, REGSAM mask, const Data& data, bool allUsersPath);

@@ -28,6 +28,8 @@ constexpr const wchar_t* kCreateHiveRoot = L"%i: %s Writing to key root '%s'.\n"
 
 // RegDeleteKey
 constexpr const wchar_t* kDeleteKeyBegin = L"%i: %s '%s' Begin, recursive='%s'.\n";
+constexpr const wchar_t* kRecursiveTrue = L"TRUE";
+constexpr const wchar_t* kRecursiveFalse = L"FALSE";
 constexpr const wchar_t* kDeleteTreeFailed = L"%i: %s Could delete key '%s'.\n";
 constexpr const wchar_t* kDeleteTreeFailedInHive = L"%i: %s Could not delete key '%s'.\n";
 constexpr const wchar_t* kDeleteKeyReturned = L"%i: %s Returned %d.\n";
@@ -63,9 +65,24 @@ constexpr const wchar_t* kSetMultiBegin = L"%i: %s '%s' \\ '%s' Multisz Begin.\n
 constexpr const wchar_t* kSetBinaryBegin = L"%i: %s '%s' \\ '%s' Binary Begin.\n";
 constexpr const wchar_t* kSetHiveRoot = L"%i: %s Using from key root '%s'.\n";
 constexpr const wchar_t* kSetCreateFailed = L"%i: %s Could not create key '%s'. Error %d.\n";
+// These three have no line break of their own: the logger drops their last "!"
+// instead, as it always has.
 constexpr const wchar_t* kSetNullListAllUsers = L"[1]Multi string variable is null; setting string value!!!";
 constexpr const wchar_t* kSetNullListNamed = L"[2]Multi string variable is null; setting string value!!!";
 constexpr const wchar_t* kSetForceMultiSz = L"Force Multi Sz is not null!!!";
 constexpr const wchar_t* kSetValueFailed = L"%i: %s Could set value '%s' in key '%s'.\n";
+
+// VltRegSetLicense
+constexpr const wchar_t* kLicenceBegin = L"%i: %s '%s' Begin.\n";
+constexpr const wchar_t* kNoLicenceKey = L"%i: %s No licence key in '%S'; nothing stored.\n";
+constexpr const wchar_t* kLicenceCreateFailed = L"%i: %s Could not create key '%s'. Error %d.\n";
+constexpr const wchar_t* kLicenceStored = L"%i: %s Stored '%S' as value '%s'.\n";
+constexpr const wchar_t* kLicenceSetFailed = L"%i: %s Could not set value '%s' in key '%s'. Error %d.\n";
+// The names of the licence's values, which the log prints too.
+constexpr const wchar_t* kLicenceKeyValue = L"LicenseKey";
+constexpr const wchar_t* kLicenceOwnerValue = L"Owner";
+constexpr const wchar_t* kLicenceCompanyValue = L"Company";
+constexpr const wchar_t* kLicenceEditionValue = L"Edition";
+constexpr const wchar_t* kLicenceExpiryValue = L"Expiry";
 
 }  // namespace regtext

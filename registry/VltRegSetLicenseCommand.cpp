@@ -5,25 +5,22 @@
 #include "engine/Log.h"
 #include "engine/SelfFree.h"
 #include "engine/Store.h"
+#include "engine/StoreNames.h"
+#include "registry/RegistryTexts.h"
 
 namespace {
 
+// The licence key comes first: without it nothing is written.
 const struct {
   const char* variable;
   const wchar_t* valueName;
 } kLicenceValues[] = {
-    {"String_LicenseKey", L"LicenseKey"},
-    {"String_LicenseOwner", L"Owner"},
-    {"String_LicenseCompany", L"Company"},
-    {"String_LicenseEdition", L"Edition"},
-    {"String_LicenseExpiry", L"Expiry"},
+    {storename::kLicenseKey, regtext::kLicenceKeyValue},
+    {storename::kLicenseOwner, regtext::kLicenceOwnerValue},
+    {storename::kLicenseCompany, regtext::kLicenceCompanyValue},
+    {storename::kLicenseEdition, regtext::kLicenceEditionValue},
+    {storename::kLicenseExpiry, regtext::kLicenceExpiryValue},
 };
-
-constexpr const wchar_t* kBegin = L"%i: %s '%s' Begin.\n";
-constexpr const wchar_t* kNoLicenceKey = L"%i: %s No licence key in '%S'; nothing stored.\n";
-constexpr const wchar_t* kCreateFailed = L"%i: %s Could not create key '%s'. Error %d.\n";
-constexpr const wchar_t* kStored = L"%i: %s Stored '%S' as value '%s'.\n";
-constexpr const wchar_t* kSetFailed = L"%i: %s Could not set value '%s' in key '%s'. Error %d.\n";
 
 }  // namespace
 
@@ -34,37 +31,39 @@ int32_t CVltRegSetLicenseCommand::Load(IXMLDOMNamedNodeMap* attributes) {
 }
 
 int32_t CVltRegSetLicenseCommand::Execute(HANDLE, CRITICAL_SECTION*) {
-  if (!EnterGuard(kTag)) return kStatusBusy;
+  ExecuteFrame frame(*this, kFrame);
+  if (!frame.Entered()) return frame.Busy();
   ExpandSubkey();
-  LogMessage(kBegin, index, kTag, subkey);
+  LogMessage(regtext::kLicenceBegin, index, kTag, subkey.Get());
   CString* licenceKey = StoreGetString(kLicenceValues[0].variable);
   if (licenceKey == nullptr || licenceKey->text == nullptr || licenceKey->text[0] == L'\0') {
-    LogMessage(kNoLicenceKey, index, kTag, kLicenceValues[0].variable);
+    LogMessage(regtext::kNoLicenceKey, index, kTag, kLicenceValues[0].variable);
     SetErrorVar();
-    return FinishExecute(kTag, kStatusOk);
+    return frame.Done();
   }
-  HKEY key = nullptr;
-  LONG created = RegCreateKeyExW(root, subkey, 0, nullptr, REG_OPTION_NON_VOLATILE, RegWriteMask(X64Requested()),
-                                 nullptr, &key, nullptr);
+  ScopedKey key;
+  LONG created = RegCreateKeyExW(root, subkey.Get(), 0, nullptr, REG_OPTION_NON_VOLATILE,
+                                 RegWriteMask(X64Requested()), nullptr, key.Receive(), nullptr);
   if (created != ERROR_SUCCESS) {
-    LogMessage(kCreateFailed, index, kTag, subkey, created);
+    LogMessage(regtext::kLicenceCreateFailed, index, kTag, subkey.Get(), created);
     SetErrorVar();
-    return FinishExecute(kTag, kStatusOk);
+    return frame.Done();
   }
   bool failed = false;
   for (const auto& entry : kLicenceValues) {
     CString* value = StoreGetString(entry.variable);
     if (value == nullptr || value->text == nullptr) continue;
     DWORD size = static_cast<DWORD>((wcslen(value->text) + 1) * sizeof(wchar_t));
-    LONG written = RegSetValueExW(key, entry.valueName, 0, REG_SZ, reinterpret_cast<const BYTE*>(value->text), size);
+    LONG written =
+        RegSetValueExW(key.Get(), entry.valueName, 0, REG_SZ, reinterpret_cast<const BYTE*>(value->text), size);
     if (written != ERROR_SUCCESS) {
-      LogMessage(kSetFailed, index, kTag, entry.valueName, subkey, written);
+      LogMessage(regtext::kLicenceSetFailed, index, kTag, entry.valueName, subkey.Get(), written);
       failed = true;
     } else {
-      LogMessage(kStored, index, kTag, entry.variable, entry.valueName);
+      LogMessage(regtext::kLicenceStored, index, kTag, entry.variable, entry.valueName);
     }
   }
-  RegCloseKey(key);
+  key.Reset();
   if (failed) SetErrorVar();
-  return FinishExecute(kTag, kStatusOk);
+  return frame.Done();
 }

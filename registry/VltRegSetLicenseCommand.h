@@ -27,6 +27,8 @@
 class CVltRegSetLicenseCommand : public CRegistryCommand {
  public:
   static constexpr const wchar_t* kTag = L"VltRegSetLicense";
+  // Its begin line is its own, naming the key.
+  static constexpr FrameStyle kFrame{kTag, kFrameNoBeginLine};
 
   int32_t Execute(HANDLE cancelHandle, CRITICAL_SECTION* storeLock) override;
   int32_t Load(IXMLDOMNamedNodeMap* attributes) override;

@@ -134,7 +134,7 @@ TEST_F(FrontendTest, ArchitectureCheckPublishesTheSystem) {
   EXPECT_EQ(store.Get("int_x64"), 1u);
   EXPECT_EQ(store.Get("int_x86"), 0u);
   EXPECT_EQ(StringVar("String_Arhitecture"), L"x64");
-  EXPECT_STREQ(reinterpret_cast<CArchitectureCheckCommand*>(check)->forceArchitectureVar, "int_Force");
+  EXPECT_STREQ(reinterpret_cast<CArchitectureCheckCommand*>(check)->forceArchitectureVar.Get(), "int_Force");
   std::vector<std::wstring> expected = {L"1: ArchitectureCheck Begin execute.\n",
                                         L"1: ArchitectureCheck System is x64.\n",
                                         L"1: ArchitectureCheck End execute. Next command 2.\n"};
