@@ -33,6 +33,7 @@
 #include "diagnostics/Downloader.h"
 #include "diagnostics/LanguageRecord.h"
 #include "engine/HostInterfaces.h"
+#include "engine/ScopedHandle.h"
 #include "engine/SelfFree.h"
 
 class IMultiLanguageApi : public CSelfFree {
@@ -80,13 +81,13 @@ class CMultiLanguageApi : public IMultiLanguageApi {
   void ApplyCloudList(MultiStringList* cloud, const wchar_t* preferred);
 
   LanguageList languages;
-  wchar_t* languageFolder = nullptr;
-  wchar_t* configFile = nullptr;
-  wchar_t* onlineLocation = nullptr;  // may be null
-  wchar_t* currentLanguage = nullptr;
-  CFileInfo* onlineFile;
+  ScopedText languageFolder;
+  ScopedText configFile;
+  ScopedText onlineLocation;  // may be null
+  ScopedText currentLanguage;
+  CFileInfo* onlineFile;  // released with Free; a clone of the downloader's record once it took the request
   CFileSizeInfo* onlineSizeInfo;  // left to the process's end, like every size info
-  wchar_t* nameBuffer = nullptr;
+  ScopedText nameBuffer;
   bool onlineWaitDone = false;
   bool listFinal = false;
 

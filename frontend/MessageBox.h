@@ -7,6 +7,7 @@
 
 #include "engine/InstallCommand.h"
 #include "engine/SelfFree.h"
+#include "frontend/FrontendTexts.h"
 #include "frontend/MessageBoxProvider.h"
 
 // The MessageBoxW type for the installer's button and icon codes.
@@ -29,7 +30,8 @@ class CVltMessageBox : public IMessageBoxProvider {
 // CVltMessageBox. defaultParentWindowId is accepted and has no effect.
 class CVltMessageBoxCommand : public CInstallCommand {
  public:
-  static constexpr const wchar_t* kTag = L"VltMessageBox";
+  static constexpr const wchar_t* kTag = frontendtext::kMessageBoxTag;
+  static constexpr FrameStyle kFrame{kTag};
 
   int32_t Execute(HANDLE cancelHandle, CRITICAL_SECTION* storeLock) override;
   int32_t Load(IXMLDOMNamedNodeMap* attributes) override;
