@@ -3,6 +3,7 @@
 #include <cstdlib>
 #include <cwchar>
 
+#include "diagnostics/DiagnosticsTexts.h"
 #include "engine/Bounded.h"
 #include "engine/Log.h"
 
@@ -13,15 +14,11 @@ const size_t kGrowthBytes = 4096;
 
 CErrorApi::CErrorApi() { InitializeCriticalSection(&lock); }
 
-CErrorApi::~CErrorApi() {
-  free(buffer);
-  buffer = nullptr;
-  DeleteCriticalSection(&lock);
-}
+CErrorApi::~CErrorApi() { DeleteCriticalSection(&lock); }
 
 void CErrorApi::ReportError(uint32_t code, const wchar_t* source, const wchar_t* format, va_list args) {
   wchar_t line[kLineCapacity] = {};
-  BoundedFormat(line, kLineCapacity, L"Error: 0x%X|%s|", code, source);
+  BoundedFormat(line, kLineCapacity, diagtext::kErrorLineHead, code, source);
   size_t head = wcslen(line);
   // The message is cut to what the line has room for, without notice.
   _vsnwprintf_s(line + head, kLineCapacity - head, kLineCapacity - 1 - head, format, args);
@@ -32,16 +29,18 @@ void CErrorApi::ReportError(uint32_t code, const wchar_t* source, const wchar_t*
   if (needed > capacity) {
     size_t bytes = needed * 2;
     if (bytes % kGrowthBytes != 0) bytes = (bytes / kGrowthBytes + 1) * kGrowthBytes;
-    wchar_t* grown = static_cast<wchar_t*>(realloc(buffer, bytes));
+    wchar_t* grown = static_cast<wchar_t*>(realloc(buffer.Get(), bytes));
     if (grown == nullptr) {
       // The logger's lock is taken inside this one, never the other way round.
-      LogMessage(L"Could not allocate space for error buffer. errCode:%d\n", 8);
+      LogMessage(diagtext::kErrorBufferFailed, ERROR_NOT_ENOUGH_MEMORY);
       LeaveCriticalSection(&lock);
       return;
     }
-    buffer = grown;
+    // realloc has taken the old block over: it must not be freed again.
+    buffer.Release();
+    buffer.Reset(grown);
     capacity = bytes / 2;
-    writePosition = buffer + used;
+    writePosition = buffer.Get() + used;
   }
   wcscpy_s(writePosition, capacity - used, line);
   writePosition += length;
@@ -62,7 +61,7 @@ uint32_t CErrorApi::GetErrors(wchar_t* destination, uint32_t* size) {
     LeaveCriticalSection(&lock);
     return ERROR_INSUFFICIENT_BUFFER;
   }
-  BoundedCopy(destination, *size, buffer);
+  BoundedCopy(destination, *size, buffer.Get());
   LeaveCriticalSection(&lock);
   return 0;
 }

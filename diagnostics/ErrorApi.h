@@ -9,6 +9,8 @@
 #include <cstdarg>
 #include <cstdint>
 
+#include "engine/ScopedHandle.h"
+#include "engine/SelfFree.h"
 #include "engine/interfaces/ErrorCollector.h"
 
 
@@ -23,7 +25,7 @@ class CErrorApi : public IErrorApi {
   SELFFREE_DESTRUCTOR(CErrorApi)
 
   CRITICAL_SECTION lock;
-  wchar_t* buffer = nullptr;
+  ScopedText buffer;
   wchar_t* writePosition = nullptr;
   size_t used = 0;      // characters, each line's line feed included
   size_t capacity = 0;  // characters

@@ -6,32 +6,29 @@
 #include <cwchar>
 #include <stdexcept>
 
+#include "diagnostics/DiagnosticsTexts.h"
 #include "engine/XmlDom.h"
 #include "engine/Bounded.h"
 #include "engine/Log.h"
+#include "engine/ScopedHandle.h"
 #include "engine/Store.h"
+#include "engine/StoreNames.h"
 
 const char kNotImplementedText[] = "The method or operation is not implemented.";
 
 namespace {
 
-const wchar_t kTag[] = L"FileResourceManager";
+const wchar_t* const kTag = diagtext::kFileResourceManagerTag;
 const size_t kPathCapacity = 520;
 const size_t kExtensionCapacity = 255;
 
 }  // namespace
 
-CFileResourceManager::~CFileResourceManager() {
-  free(folder_);
-  folder_ = nullptr;
-}
-
 int32_t CFileResourceManager::LoadFolder(const wchar_t* folder) {
-  free(folder_);
-  folder_ = folder != nullptr ? _wcsdup(folder) : nullptr;
+  folder_ = CopyText(folder);
   // Without a folder a scan would list the current directory instead.
-  if (folder_ == nullptr) return ERROR_PATH_NOT_FOUND;
-  return ScanFolder(folder_);
+  if (!folder_) return ERROR_PATH_NOT_FOUND;
+  return ScanFolder(folder_.Get());
 }
 
 int32_t CFileResourceManager::ScanFolder(const wchar_t* folder) {
@@ -39,10 +36,8 @@ int32_t CFileResourceManager::ScanFolder(const wchar_t* folder) {
   BoundedCopy(pattern, kPathCapacity, folder);
   if (!PathAppendW(pattern, L"*")) return ERROR_FILENAME_EXCED_RANGE;
   WIN32_FIND_DATAW entry;
-  HANDLE search = FindFirstFileW(pattern, &entry);
-  if (search == INVALID_HANDLE_VALUE) return static_cast<int32_t>(GetLastError());
-  // The search handles stay open, one per folder visited and scan: the scan has
-  // always left them so, and the language folder lives as long as the installer.
+  ScopedFindHandle search(FindFirstFileW(pattern, &entry));
+  if (!search) return static_cast<int32_t>(GetLastError());
   do {
     if (wcscmp(entry.cFileName, L".") == 0 || wcscmp(entry.cFileName, L"..") == 0) continue;
     wchar_t path[kPathCapacity];
@@ -53,10 +48,13 @@ int32_t CFileResourceManager::ScanFolder(const wchar_t* folder) {
       ScanFolder(path);
     } else if (wcscmp(PathFindExtensionW(entry.cFileName), L".xlf") == 0) {
       // Case-sensitive on purpose: ".XLF" files are not texts of the installer.
-      LogMessage(L"%s Xliff Found: '%s'.\n", kTag, path);
+      LogMessage(diagtext::kXliffFound, kTag, path);
       LoadXliff(path);
     }
-  } while (FindNextFileW(search, &entry));
+  } while (FindNextFileW(search.Get(), &entry));
+  // The search handles stay open, one per folder visited and scan: the scan has
+  // always left them so, and the language folder lives as long as the installer.
+  search.Release();
   // The walk ends when FindNextFileW fails, whatever the reason: a folder that
   // could be opened counts as scanned.
   return 0;
@@ -64,17 +62,16 @@ int32_t CFileResourceManager::ScanFolder(const wchar_t* folder) {
 
 void CFileResourceManager::LoadXliff(const wchar_t* path) {
   ComScope com;
-  ComRef<IXMLDOMDocument> document;
-  *document.Out() = CreateDocument30();
+  ScopedCom<IXMLDOMDocument> document(CreateDocument30());
   if (document.Get() == nullptr) return;
 
   if (!LoadDocument(document.Get(), path)) {
-    ComRef<IXMLDOMParseError> error;
+    ScopedCom<IXMLDOMParseError> error;
     Bstr reason;
     long line = 0;
-    if (document->get_parseError(error.Out()) == S_OK && error.Get() != nullptr) {
-      error->get_reason(reason.Out());
-      error->get_line(&line);
+    if (document.Get()->get_parseError(error.Receive()) == S_OK && error.Get() != nullptr) {
+      error.Get()->get_reason(reason.Out());
+      error.Get()->get_line(&line);
     }
     // The arguments do not fit the format: the reason's address lands on the
     // first %i, the line on the second, and the position on the last %s. A
@@ -83,45 +80,47 @@ void CFileResourceManager::LoadXliff(const wchar_t* path) {
     // runtime prints as "(null)" - which is also what a position of 0 gives, and
     // MSXML under Wine reports every position as 0. The line keeps its shape and
     // never faults.
-    LogMessage(L"%s Line %i, Position %i: Error: %s", kTag, static_cast<BSTR>(reason), line,
+    LogMessage(diagtext::kXliffParseError, kTag, static_cast<BSTR>(reason), line,
                static_cast<const wchar_t*>(nullptr));
     return;
   }
 
   Bstr query(L"//xlf:xliff/xlf:file/xlf:body/xlf:trans-unit");
-  ComRef<IXMLDOMNodeList> units;
-  if (document->selectNodes(query, units.Out()) != S_OK || units.Get() == nullptr) {
-    ComRef<IXMLDOMParseError> error;
+  ScopedCom<IXMLDOMNodeList> units;
+  if (document.Get()->selectNodes(query, units.Receive()) != S_OK || units.Get() == nullptr) {
+    ScopedCom<IXMLDOMParseError> error;
     Bstr reason;
-    if (document->get_parseError(error.Out()) == S_OK && error.Get() != nullptr) error->get_reason(reason.Out());
+    if (document.Get()->get_parseError(error.Receive()) == S_OK && error.Get() != nullptr) {
+      error.Get()->get_reason(reason.Out());
+    }
     return;
   }
   long count = 0;
-  if (units->get_length(&count) != S_OK) return;
-  LogMessage(L"%s Found %i texts in '%s'.\n", kTag, static_cast<int>(count), path);
+  if (units.Get()->get_length(&count) != S_OK) return;
+  LogMessage(diagtext::kXliffTexts, kTag, static_cast<int>(count), path);
 
   Bstr resname(L"resname");
   Bstr target(L"xlf:target");
   Bstr source(L"xlf:source");
   for (long i = 0; i < count; ++i) {
-    ComRef<IXMLDOMNode> unit;
-    if (units->get_item(i, unit.Out()) != S_OK || unit.Get() == nullptr) return;
-    ComRef<IXMLDOMNamedNodeMap> attributes;
-    if (unit->get_attributes(attributes.Out()) != S_OK || attributes.Get() == nullptr) continue;
-    ComRef<IXMLDOMNode> idNode;
-    if (attributes->getNamedItem(resname, idNode.Out()) != S_OK || idNode.Get() == nullptr) continue;
+    ScopedCom<IXMLDOMNode> unit;
+    if (units.Get()->get_item(i, unit.Receive()) != S_OK || unit.Get() == nullptr) return;
+    ScopedCom<IXMLDOMNamedNodeMap> attributes;
+    if (unit.Get()->get_attributes(attributes.Receive()) != S_OK || attributes.Get() == nullptr) continue;
+    ScopedCom<IXMLDOMNode> idNode;
+    if (attributes.Get()->getNamedItem(resname, idNode.Receive()) != S_OK || idNode.Get() == nullptr) continue;
     Bstr id;
-    if (idNode->get_text(id.Out()) != S_OK) continue;
-    ComRef<IXMLDOMNode> textNode;
-    if (unit->selectSingleNode(target, textNode.Out()) != S_OK || textNode.Get() == nullptr) {
-      if (unit->selectSingleNode(source, textNode.Out()) != S_OK || textNode.Get() == nullptr) {
+    if (idNode.Get()->get_text(id.Out()) != S_OK) continue;
+    ScopedCom<IXMLDOMNode> textNode;
+    if (unit.Get()->selectSingleNode(target, textNode.Receive()) != S_OK || textNode.Get() == nullptr) {
+      if (unit.Get()->selectSingleNode(source, textNode.Receive()) != S_OK || textNode.Get() == nullptr) {
         // A unit with no text at all ends the file, unlike one without resname:
         // the units behind it are not read, the texts before it stay.
         return;
       }
     }
     Bstr text;
-    if (textNode->get_text(text.Out()) != S_OK) continue;
+    if (textNode.Get()->get_text(text.Out()) != S_OK) continue;
     texts_[id.Text()] = text.Text();
   }
 }
@@ -158,23 +157,22 @@ bool CFileResourceManager::GetFileResource(const wchar_t* name, const wchar_t* e
   }
   BoundedFormat(path, kPathCapacity, L"%s%s", name, dotted);
   if (PathIsRelativeW(path)) {
-    BoundedCopy(path, kPathCapacity, folder_ != nullptr ? folder_ : L"");
+    BoundedCopy(path, kPathCapacity, folder_ ? folder_.Get() : L"");
     if (!PathAppendW(path, name)) return false;
     wchar_t joined[kPathCapacity];
     BoundedFormat(joined, kPathCapacity, L"%s%s", path, dotted);
     BoundedCopy(path, kPathCapacity, joined);
   }
-  HANDLE file = CreateFileW(path, GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
-                            OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
-  if (file == INVALID_HANDLE_VALUE) return false;
+  ScopedKernelHandle file(CreateFileW(path, GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+                                     nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
+  if (!file) return false;
   *size = 0;
   LARGE_INTEGER fileSize;
-  if (GetFileSizeEx(file, &fileSize)) *size = static_cast<uint32_t>(fileSize.QuadPart);
+  if (GetFileSizeEx(file.Get(), &fileSize)) *size = static_cast<uint32_t>(fileSize.QuadPart);
   if (buffer != nullptr) {
     DWORD read = 0;
-    ReadFile(file, buffer, *size, &read, nullptr);
+    ReadFile(file.Get(), buffer, *size, &read, nullptr);
   }
-  CloseHandle(file);
   return true;
 }
 
@@ -183,9 +181,9 @@ void CFileResourceManager::GetResourceData() { throw std::logic_error(kNotImplem
 bool CFileResourceManager::GetIcon(const wchar_t* id, HICON* result) {
   if (result == nullptr) return false;
   *result = nullptr;
-  HMODULE current = reinterpret_cast<HMODULE>(StoreGet("HMODULE_CurrentDll"));
-  HMODULE additional = reinterpret_cast<HMODULE>(StoreGet("HMODULE_AdditionalDll"));
-  HMODULE language = reinterpret_cast<HMODULE>(StoreGet("HMODULE_LangDll"));
+  HMODULE current = reinterpret_cast<HMODULE>(StoreGet(storename::kCurrentDll));
+  HMODULE additional = reinterpret_cast<HMODULE>(StoreGet(storename::kAdditionalDll));
+  HMODULE language = reinterpret_cast<HMODULE>(StoreGet(storename::kLangDll));
   for (HMODULE module : {language, additional, current}) {
     // A null module would make LoadIconW look among the system's icons.
     if (module == nullptr) continue;

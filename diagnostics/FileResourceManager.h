@@ -18,11 +18,12 @@
 #include <string>
 
 #include "engine/interfaces/ResourceManager.h"
+#include "engine/ScopedHandle.h"
+#include "engine/interfaces/ResourceManager.h"
 
 class CFileResourceManager : public IResourceManager {
  public:
   CFileResourceManager() = default;
-  ~CFileResourceManager();
 
   int32_t LoadFolder(const wchar_t* folder) override;
   void Clear() override;
@@ -33,7 +34,7 @@ class CFileResourceManager : public IResourceManager {
   void GetResourceData() override;
   bool GetIcon(const wchar_t* id, HICON* result) override;
 
-  const wchar_t* Folder() const { return folder_; }
+  const wchar_t* Folder() const { return folder_.Get(); }
 
   SELFFREE_DESTRUCTOR(CFileResourceManager)
 
@@ -43,7 +44,7 @@ class CFileResourceManager : public IResourceManager {
 
   // Keys compare by UTF-16 code unit, case-sensitively.
   std::map<std::wstring, std::wstring> texts_;
-  wchar_t* folder_ = nullptr;
+  ScopedText folder_;
 };
 
 // The text of GetResourceData's exception.

@@ -1,45 +1,31 @@
 #include "diagnostics/LocalizationManagerCommand.h"
 
-#include <cstdlib>
 #include <new>
 
 #include "diagnostics/FileResourceManager.h"
 #include "engine/Expand.h"
 #include "engine/Log.h"
 #include "engine/Store.h"
-
-namespace {
-const wchar_t kTag[] = L"LocalizationManager";
-}
-
-CLocalizationManagerCommand::~CLocalizationManagerCommand() {
-  free(localeFolder);
-  localeFolder = nullptr;
-}
+#include "engine/StoreNames.h"
 
 int32_t CLocalizationManagerCommand::Load(IXMLDOMNamedNodeMap* attributes) {
   LoadCommon(attributes);
   AttributeReader reader(attributes);
-  return static_cast<int32_t>(reader.ReadCopy(L"localeFolder", &localeFolder));
+  return static_cast<int32_t>(reader.ReadCopy(L"localeFolder", localeFolder));
 }
 
 int32_t CLocalizationManagerCommand::Execute(HANDLE, CRITICAL_SECTION*) {
-  if (!EnterGuard(kTag)) return kStatusBusy;
-  LogBegin(kTag);
-  if (localeFolder != nullptr) {
-    wchar_t* expanded = nullptr;
-    if (ExpandVariables(localeFolder, &expanded) && expanded != nullptr) {
-      free(localeFolder);
-      localeFolder = expanded;
-    }
-  }
-  LogMessage(L"%i: %s Locale Folder: '%s'.\n", index, kTag, localeFolder);
+  ExecuteFrame frame(*this, kFrame);
+  if (!frame.Entered()) return frame.Busy();
+  // A folder that cannot be expanded is used as it stands.
+  ExpandField(localeFolder, OnFailure::KeepText);
+  LogMessage(diagtext::kLocaleFolder, index, kTag, localeFolder.Get());
 
-  SelfFreeRelease(StoreGetObject<CSelfFree>("SelfFree_ResourceManager"));
+  SelfFreeRelease(StoreGetObject<CSelfFree>(storename::kResourceManager));
   CFileResourceManager* manager = new (std::nothrow) CFileResourceManager();
-  if (manager != nullptr) manager->LoadFolder(localeFolder);
+  if (manager != nullptr) manager->LoadFolder(localeFolder.Get());
   // The old manager is gone either way; an absent one is what every reader
   // expects when memory ran out.
-  StorePutObject("SelfFree_ResourceManager", manager);
-  return FinishExecute(kTag, kStatusOk);
+  StorePutObject(storename::kResourceManager, manager);
+  return frame.Done();
 }

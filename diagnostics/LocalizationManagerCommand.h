@@ -8,16 +8,18 @@
 // leaves the manager empty: every text then reads as empty.
 #pragma once
 
+#include "diagnostics/DiagnosticsTexts.h"
 #include "engine/InstallCommand.h"
 
 class CLocalizationManagerCommand : public CInstallCommand {
  public:
-  ~CLocalizationManagerCommand();
+  static constexpr const wchar_t* kTag = diagtext::kLocalizationManagerTag;
+  static constexpr FrameStyle kFrame{kTag};
 
   int32_t Execute(HANDLE cancelHandle, CRITICAL_SECTION* storeLock) override;
   int32_t Load(IXMLDOMNamedNodeMap* attributes) override;
 
-  wchar_t* localeFolder = nullptr;
+  ScopedText localeFolder;
 
   SELFFREE_DESTRUCTOR(CLocalizationManagerCommand)
 };

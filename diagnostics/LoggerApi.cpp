@@ -11,6 +11,7 @@
 #include <ctime>
 #include <cwchar>
 
+#include "diagnostics/DiagnosticsTexts.h"
 #include "diagnostics/LogTransform.h"
 #include "engine/Bounded.h"
 
@@ -41,7 +42,7 @@ CLoggerApi::~CLoggerApi() {
   wchar_t mergedPath[MAX_PATH];
   MergedFilePath(mergedPath);
   FILE* merged = _wfsopen(mergedPath, L"wb", _SH_DENYNO);
-  char* copy = static_cast<char*>(malloc(kCopyBufferSize));
+  ScopedNarrowText copy(static_cast<char*>(malloc(kCopyBufferSize)));
   for (auto& entry : streams) {
     if (entry.second == nullptr) continue;
     fclose(entry.second);
@@ -51,30 +52,27 @@ CLoggerApi::~CLoggerApi() {
     FILE* part = _wfsopen(threadPath, L"rb", _SH_DENYNO);
     if (part != nullptr) {
       while (!feof(part)) {
-        size_t read = fread(copy, 1, kCopyBufferSize, part);
+        size_t read = fread(copy.Get(), 1, kCopyBufferSize, part);
         if (read == 0 && ferror(part)) break;
-        if (merged != nullptr) fwrite(copy, 1, read, merged);
+        if (merged != nullptr) fwrite(copy.Get(), 1, read, merged);
       }
       fclose(part);
     }
     DeleteFileW(threadPath);
   }
   if (merged != nullptr) fclose(merged);
-  free(copy);
   DeleteCriticalSection(&mapLock);
-  free(logKey);
-  logKey = nullptr;
 }
 
 void CLoggerApi::ThreadFilePath(wchar_t (&path)[MAX_PATH], DWORD threadId) const {
   wchar_t name[kNameCapacity];
-  BoundedFormat(name, kNameCapacity, L"%I64u.%u.bin", startTime, threadId);
+  BoundedFormat(name, kNameCapacity, diagtext::kThreadFileName, startTime, threadId);
   AppendToLogFolder(path, name);
 }
 
 void CLoggerApi::MergedFilePath(wchar_t (&path)[MAX_PATH]) const {
   wchar_t name[kNameCapacity];
-  BoundedFormat(name, kNameCapacity, L"%I64u.nvinstall.bin", startTime);
+  BoundedFormat(name, kNameCapacity, diagtext::kMergedFileName, startTime);
   AppendToLogFolder(path, name);
 }
 
@@ -92,9 +90,8 @@ void CLoggerApi::StartThreadLog(const wchar_t* description, bool isMain) {
 
   SYSTEMTIME now;
   GetLocalTime(&now);
-  LogLine(L"=========== Started logging for thread %u (%s) on %02ld.%02ld.%02ld ===========", threadId,
-         description != nullptr ? description : L"No description", static_cast<long>(now.wDay),
-         static_cast<long>(now.wMonth), static_cast<long>(now.wYear));
+  LogLine(diagtext::kThreadStarted, threadId, description != nullptr ? description : diagtext::kNoDescription,
+          static_cast<long>(now.wDay), static_cast<long>(now.wMonth), static_cast<long>(now.wYear));
 }
 
 void CLoggerApi::LogLine(const wchar_t* format, ...) {
@@ -105,10 +102,9 @@ void CLoggerApi::LogLine(const wchar_t* format, ...) {
 }
 
 void CLoggerApi::SetLogKey(const char* key) {
-  free(logKey);
-  logKey = nullptr;
+  logKey.Reset();
   if (key == nullptr) return;
-  logKey = _strdup(key);
+  logKey.Reset(_strdup(key));
   logKeyLength = strlen(key);
 }
 
@@ -118,13 +114,10 @@ void CLoggerApi::Log(const wchar_t* format, va_list args) {
   int length = _vscwprintf(format, measure);
   va_end(measure);
   if (length < 0) return;
-  wchar_t* text = static_cast<wchar_t*>(calloc(length + 1, sizeof(wchar_t)));
-  if (text == nullptr) return;
-  if (vswprintf_s(text, length + 1, format, args) != length) {
-    free(text);
-    return;
-  }
-  wchar_t* body = static_cast<wchar_t*>(calloc(length + 1, sizeof(wchar_t)));
+  ScopedText text(static_cast<wchar_t*>(calloc(length + 1, sizeof(wchar_t))));
+  if (!text) return;
+  if (vswprintf_s(text.Get(), length + 1, format, args) != length) return;
+  ScopedText body(static_cast<wchar_t*>(calloc(length + 1, sizeof(wchar_t))));
 
   DWORD threadId = GetCurrentThreadId();
   EnterCriticalSection(&mapLock);
@@ -133,19 +126,13 @@ void CLoggerApi::Log(const wchar_t* format, va_list args) {
   LeaveCriticalSection(&mapLock);
 
   // A message that formats to nothing would give the transform a negative count.
-  if (body == nullptr || stream == nullptr || length == 0) {
-    free(text);
-    free(body);
-    return;
-  }
+  if (!body || stream == nullptr || length == 0) return;
   // 2 * length - 2 bytes: the message's last character, by convention its "\n",
   // never reaches the file; the frame below supplies the line end.
-  TransformLogText(text, 2 * static_cast<size_t>(length) - 2, logKey, logKeyLength, body);
+  TransformLogText(text.Get(), 2 * static_cast<size_t>(length) - 2, logKey.Get(), logKeyLength, body.Get());
   SYSTEMTIME now;
   GetLocalTime(&now);
-  fwprintf_s(stream, L"[%02ld:%02ld:%02ld:%03ld] %s\n", static_cast<long>(now.wHour), static_cast<long>(now.wMinute),
-             static_cast<long>(now.wSecond), static_cast<long>(now.wMilliseconds), body);
+  fwprintf_s(stream, diagtext::kFileLine, static_cast<long>(now.wHour), static_cast<long>(now.wMinute),
+             static_cast<long>(now.wSecond), static_cast<long>(now.wMilliseconds), body.Get());
   fflush(stream);
-  free(text);
-  free(body);
 }

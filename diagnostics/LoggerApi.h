@@ -19,6 +19,7 @@
 #include <map>
 
 #include "engine/Log.h"
+#include "engine/ScopedHandle.h"
 
 class CLoggerApi : public ILoggerApi {
  public:
@@ -42,7 +43,7 @@ class CLoggerApi : public ILoggerApi {
 
   std::map<DWORD, FILE*> streams;
   CRITICAL_SECTION mapLock;
-  char* logKey = nullptr;
+  ScopedNarrowText logKey;
   size_t logKeyLength = 0;
   uint64_t startTime;
   volatile DWORD mainThreadId = 0xFFFFFFFF;

@@ -7,6 +7,7 @@
 #include "diagnostics/LoggerApi.h"
 #include "engine/Log.h"
 #include "engine/Store.h"
+#include "engine/StoreNames.h"
 
 int32_t CLoggerCommand::Load(IXMLDOMNamedNodeMap* attributes) {
   LoadCommon(attributes);
@@ -17,14 +18,14 @@ int32_t CLoggerCommand::Load(IXMLDOMNamedNodeMap* attributes) {
 }
 
 int32_t CLoggerCommand::Execute(HANDLE, CRITICAL_SECTION*) {
-  if (!EnterGuard(L"Jump")) return kStatusBusy;
-  // Lost on the first run: there is no logger yet.
-  LogBegin(L"Logger");
+  // The begin line is lost on the first run: there is no logger yet.
+  ExecuteFrame frame(*this, kFrame);
+  if (!frame.Entered()) return frame.Busy();
   CLoggerApi* logger = new (std::nothrow) CLoggerApi();
-  if (logger == nullptr) return kStatusOk;
+  if (logger == nullptr) return frame.KeepLock();
   logger->SetLogKey(kLogContentKey);
-  logger->StartThreadLog(L"Installer main thread", isMainThread);
-  StorePutObject("SelfFree_LoggerApi", logger);
-  StorePutObject("SelfFree_ErrorApi", new (std::nothrow) CErrorApi());
-  return kStatusOk;
+  logger->StartThreadLog(diagtext::kMainThreadDescription, isMainThread);
+  StorePutObject(storename::kLoggerApi, logger);
+  StorePutObject(storename::kErrorApi, new (std::nothrow) CErrorApi());
+  return frame.KeepLock();
 }

@@ -8,10 +8,16 @@
 // engine's log readers rely on that trace.
 #pragma once
 
+#include "diagnostics/DiagnosticsTexts.h"
 #include "engine/InstallCommand.h"
 
 class CLoggerCommand : public CInstallCommand {
  public:
+  static constexpr const wchar_t* kTag = diagtext::kLoggerTag;
+  // Every run ends with KeepLock: another thread that reaches the command later
+  // is turned away, and its busy line names "Jump".
+  static constexpr FrameStyle kFrame{kTag, kFrameNoEndLine | kFrameNeverMarked, diagtext::kLoggerBusyTag};
+
   int32_t Execute(HANDLE cancelHandle, CRITICAL_SECTION* storeLock) override;
   int32_t Load(IXMLDOMNamedNodeMap* attributes) override;
 

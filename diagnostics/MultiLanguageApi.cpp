@@ -7,25 +7,22 @@
 #include <new>
 #include <string>
 
+#include "diagnostics/DiagnosticsTexts.h"
 #include "engine/interfaces/ResourceManager.h"
 #include "engine/XmlDom.h"
+#include "engine/interfaces/ResourceManager.h"
 #include "engine/Bounded.h"
 #include "engine/Expand.h"
 #include "engine/Log.h"
+#include "engine/ScopedHandle.h"
 #include "engine/Store.h"
+#include "engine/StoreNames.h"
+#include "engine/VarName.h"
 #include "probes/Platform.h"
 
 namespace {
 
 const size_t kPathCapacity = 520;
-const wchar_t kNoDownloader[] = L"Error! No downloader api to add the file to.\n";
-const wchar_t kReadyHandle[] = L"@@@@@@@@@@@File ready handle: %x\n";
-
-void Replace(wchar_t** field, const wchar_t* text) {
-  free(*field);
-  *field = text != nullptr ? _wcsdup(text) : nullptr;
-}
-
 void JoinPath(wchar_t (&path)[kPathCapacity], const wchar_t* folder, const wchar_t* name) {
   BoundedCopy(path, kPathCapacity, folder != nullptr ? folder : L"");
   PathAppendW(path, name != nullptr ? name : L"");
@@ -33,15 +30,7 @@ void JoinPath(wchar_t (&path)[kPathCapacity], const wchar_t* folder, const wchar
 
 // Creates (or empties) a file and closes it at once.
 void CreateEmptyFile(const wchar_t* path) {
-  HANDLE file = CreateFileW(path, GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
-  if (file != INVALID_HANDLE_VALUE) CloseHandle(file);
-}
-
-// The expansion of text, or null when there is none (the caller frees it).
-wchar_t* Expanded(const wchar_t* text) {
-  wchar_t* result = nullptr;
-  if (!ExpandVariables(text, &result)) return nullptr;
-  return result;
+  ScopedKernelHandle file(CreateFileW(path, GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
 }
 
 // The handle as the log line prints it, on 32 bits.
@@ -51,52 +40,47 @@ unsigned int HandleBits(HANDLE handle) { return static_cast<unsigned int>(reinte
 bool ReadAttribute(IXMLDOMNamedNodeMap* attributes, const wchar_t* name, Bstr* text) {
   if (attributes == nullptr) return false;
   Bstr attributeName(name);
-  ComRef<IXMLDOMNode> node;
-  if (attributes->getNamedItem(attributeName, node.Out()) != S_OK || node.Get() == nullptr) return false;
-  return node->get_text(text->Out()) == S_OK;
+  ScopedCom<IXMLDOMNode> node;
+  if (attributes->getNamedItem(attributeName, node.Receive()) != S_OK || node.Get() == nullptr) return false;
+  return node.Get()->get_text(text->Out()) == S_OK;
 }
 
 // Moves node on to its next sibling that is no comment; false when there is none.
-bool NextNonComment(ComRef<IXMLDOMNode>* node) {
+bool NextNonComment(ScopedCom<IXMLDOMNode>* node) {
   do {
-    ComRef<IXMLDOMNode> next;
-    if ((*node)->get_nextSibling(next.Out()) != S_OK || next.Get() == nullptr) return false;
-    node->Attach(next.Detach());
+    ScopedCom<IXMLDOMNode> next;
+    if (node->Get()->get_nextSibling(next.Receive()) != S_OK || next.Get() == nullptr) return false;
+    node->Reset(next.Release());
   } while (IsComment(node->Get()));
   return true;
 }
 
 // The node itself when it is no comment, else its next sibling that is none.
-bool SkipComments(ComRef<IXMLDOMNode>* node) { return !IsComment(node->Get()) || NextNonComment(node); }
+bool SkipComments(ScopedCom<IXMLDOMNode>* node) { return !IsComment(node->Get()) || NextNonComment(node); }
 
-IResourceManager* ResourceManager() { return StoreGetObject<IResourceManager>("SelfFree_ResourceManager"); }
+IResourceManager* ResourceManager() { return StoreGetObject<IResourceManager>(storename::kResourceManager); }
 
 }  // namespace
 
 CMultiLanguageApi::CMultiLanguageApi() : onlineFile(new CFileInfo()), onlineSizeInfo(new CFileSizeInfo()) {}
 
 CMultiLanguageApi::~CMultiLanguageApi() {
-  Replace(&languageFolder, nullptr);
-  Replace(&configFile, nullptr);
-  Replace(&onlineLocation, nullptr);
-  Replace(&nameBuffer, nullptr);
-  Replace(&currentLanguage, nullptr);
   SelfFreeRelease(onlineFile);
   onlineFile = nullptr;
 }
 
 void CMultiLanguageApi::Initialize(const wchar_t* langDir, const wchar_t* configFileName,
                                    const wchar_t* onlineLocationText, const wchar_t* defaultLanguage) {
-  Replace(&languageFolder, langDir);
-  Replace(&configFile, configFileName);
-  Replace(&onlineLocation, onlineLocationText);
+  languageFolder = CopyText(langDir);
+  configFile = CopyText(configFileName);
+  onlineLocation = CopyText(onlineLocationText);
 
   wchar_t path[kPathCapacity];
-  JoinPath(path, languageFolder, configFile);
+  JoinPath(path, languageFolder.Get(), configFile.Get());
   ReadLanguageFile(path, true);
   onlineWaitDone = true;
 
-  if (onlineLocation != nullptr) {
+  if (onlineLocation) {
     // The online file and its checksum file exist, empty, before the transfer
     // starts, so a reader never meets the previous run's copy.
     wchar_t onlinePath[kPathCapacity];
@@ -107,36 +91,32 @@ void CMultiLanguageApi::Initialize(const wchar_t* langDir, const wchar_t* config
     CreateEmptyFile(checksumPath);
     onlineWaitDone = false;
 
-    auto* downloader = StoreGetObject<IDownloaderApi>("SelfFree_DownloaderApi");
+    auto* downloader = StoreGetObject<IDownloaderApi>(storename::kDownloaderApi);
     if (downloader == nullptr) {
-      LogMessage(kNoDownloader);
+      LogMessage(diagtext::kNoDownloader);
       return;
     }
     onlineFile->replaceExisting = 1;
     onlineFile->verifyChecksum = 1;
     onlineSizeInfo->bytesDone = 0;
 
-    wchar_t* name = Expanded(configFile);
-    std::wstring onlineName = std::wstring(name != nullptr ? name : configFile) + L".online";
-    free(name);
+    ScopedText name = Expand(configFile.Get(), OnFailure::KeepText);
+    std::wstring onlineName = std::wstring(name.Get()) + L".online";
     onlineFile->SetFileName(onlineName.c_str());
-    wchar_t* folder = Expanded(languageFolder);
-    onlineFile->SetLocalFolder(folder != nullptr ? folder : languageFolder);
-    free(folder);
-    wchar_t* location = Expanded(onlineLocation);
-    onlineFile->SetLocation(location != nullptr ? location : L"http://");
-    free(location);
+    onlineFile->SetLocalFolder(Expand(languageFolder.Get(), OnFailure::KeepText).Get());
+    ScopedText location = Expand(onlineLocation.Get(), OnFailure::DropText);
+    onlineFile->SetLocation(location ? location.Get() : diagtext::kFallbackLocation);
 
     onlineFile->sizeInfo = onlineSizeInfo;
-    LogMessage(kReadyHandle, HandleBits(onlineFile->readyEvent));
+    LogMessage(diagtext::kReadyHandle, HandleBits(onlineFile->readyEvent));
     CFileInfo* result = nullptr;
     downloader->AddFile(onlineFile, &result, true);
     onlineFile->Free();
     onlineFile = CFileInfo::CloneOf(result);
-    if (onlineFile != nullptr) LogMessage(kReadyHandle, HandleBits(onlineFile->readyEvent));
+    if (onlineFile != nullptr) LogMessage(diagtext::kReadyHandle, HandleBits(onlineFile->readyEvent));
   }
 
-  CString* forced = StoreGetString("String_ForceSingleLang");
+  CString* forced = StoreGetString(storename::kForceSingleLang);
   if (forced != nullptr) ForceSingleLanguage(forced->text);
 
   if (defaultLanguage != nullptr) {
@@ -154,37 +134,35 @@ void CMultiLanguageApi::Initialize(const wchar_t* langDir, const wchar_t* config
 
 void CMultiLanguageApi::ReadLanguageFile(const wchar_t* path, bool local) {
   ComScope com;
-  LogMessage(L"MultiLanguageApi: Reading languages from: %s\n", path);
-  ComRef<IXMLDOMDocument> document;
-  *document.Out() = CreateDocument30();
+  LogMessage(diagtext::kReadingLanguages, path);
+  ScopedCom<IXMLDOMDocument> document(CreateDocument30());
   if (document.Get() == nullptr) return;
   if (!LoadDocument(document.Get(), path)) {
-    ComRef<IXMLDOMParseError> error;
+    ScopedCom<IXMLDOMParseError> error;
     Bstr reason;
     long line = 0;
     long column = 0;
-    if (document->get_parseError(error.Out()) == S_OK && error.Get() != nullptr) {
-      error->get_reason(reason.Out());
-      error->get_line(&line);
-      error->get_linepos(&column);
+    if (document.Get()->get_parseError(error.Receive()) == S_OK && error.Get() != nullptr) {
+      error.Get()->get_reason(reason.Out());
+      error.Get()->get_line(&line);
+      error.Get()->get_linepos(&column);
     }
-    LogMessage(L"MultiLanguageApi: XML parsing error! Xml file: %s; reason: %s (line: %d; col: %d)\n", path,
-               reason.Text(), static_cast<int>(line), static_cast<int>(column));
+    LogMessage(diagtext::kLanguageFileError, path, reason.Text(), static_cast<int>(line), static_cast<int>(column));
     return;
   }
 
   Bstr query(L"//lang/languages");
-  ComRef<IXMLDOMNode> section;
-  if (document->selectSingleNode(query, section.Out()) != S_OK || section.Get() == nullptr) return;
-  ComRef<IXMLDOMNode> language;
-  if (section->get_firstChild(language.Out()) != S_OK || language.Get() == nullptr) return;
+  ScopedCom<IXMLDOMNode> section;
+  if (document.Get()->selectSingleNode(query, section.Receive()) != S_OK || section.Get() == nullptr) return;
+  ScopedCom<IXMLDOMNode> language;
+  if (section.Get()->get_firstChild(language.Receive()) != S_OK || language.Get() == nullptr) return;
   if (!SkipComments(&language)) return;
 
   do {
-    ComRef<IXMLDOMNamedNodeMap> attributes;
+    ScopedCom<IXMLDOMNamedNodeMap> attributes;
     Bstr code;
-    if (language->get_attributes(attributes.Out()) != S_OK || attributes.Get() == nullptr) return;
-    if (language->get_nodeName(code.Out()) != S_OK) return;
+    if (language.Get()->get_attributes(attributes.Receive()) != S_OK || attributes.Get() == nullptr) return;
+    if (language.Get()->get_nodeName(code.Out()) != S_OK) return;
     Bstr name;
     Bstr package;
     // A language without name or package ends the read; those before it stay.
@@ -203,25 +181,24 @@ void CMultiLanguageApi::ReadLanguageFile(const wchar_t* path, bool local) {
 }
 
 void CMultiLanguageApi::ReadVariables(IXMLDOMNode* language, LanguageRecord* record) {
-  LogMessage(L"MultiLanguageApi: Reading variables for: %s\n", record->code);
-  ComRef<IXMLDOMNode> child;
-  if (language->get_firstChild(child.Out()) != S_OK || child.Get() == nullptr) return;
+  LogMessage(diagtext::kReadingVariables, record->code.Get());
+  ScopedCom<IXMLDOMNode> child;
+  if (language->get_firstChild(child.Receive()) != S_OK || child.Get() == nullptr) return;
   if (!SkipComments(&child)) return;
   do {
     Bstr element;
-    if (child->get_nodeName(element.Out()) != S_OK) continue;
+    if (child.Get()->get_nodeName(element.Out()) != S_OK) continue;
     // Exactly "Metrics": another case is an ordinary child, read through string.
     bool metrics = wcscmp(element.Text(), L"Metrics") == 0;
-    ComRef<IXMLDOMNamedNodeMap> attributes;
-    if (child->get_attributes(attributes.Out()) != S_OK) continue;
+    ScopedCom<IXMLDOMNamedNodeMap> attributes;
+    if (child.Get()->get_attributes(attributes.Receive()) != S_OK) continue;
     Bstr value;
     if (!ReadAttribute(attributes.Get(), metrics ? L"suffix" : L"string", &value)) continue;
     if (metrics) {
-      record->AddVariable("String_LanguageMetricsSuffix", value.Text());
+      record->AddVariable(storename::kLanguageMetricsSuffix, value.Text());
     } else {
-      char* name = MakeVarNameW("String_", element.Text());
-      if (name != nullptr) record->AddVariable(name, value.Text());
-      free(name);
+      VarName name("String_", element.Text());
+      if (name) record->AddVariable(name.Get(), value.Text());
     }
   } while (NextNonComment(&child));
 }
@@ -232,7 +209,7 @@ void CMultiLanguageApi::AddRecord(const LanguageRecord& record, bool local) {
     return;
   }
   // The online file re-words a known language's variables and nothing else of it.
-  auto found = Find(record.code);
+  auto found = Find(record.code.Get());
   if (found != languages.end()) {
     found->variables = record.variables;
     return;
@@ -244,7 +221,7 @@ void CMultiLanguageApi::AddRecord(const LanguageRecord& record, bool local) {
 LanguageList::iterator CMultiLanguageApi::Find(const wchar_t* code) {
   if (code == nullptr) return languages.end();
   for (auto it = languages.begin(); it != languages.end(); ++it) {
-    if (_wcsicmp(it->code, code) == 0) return it;
+    if (_wcsicmp(it->code.Get(), code) == 0) return it;
   }
   return languages.end();
 }
@@ -255,23 +232,23 @@ LanguageList* CMultiLanguageApi::GetLanguages() {
   // A request that never reached a downloader (none was published, or it
   // refused the file) has no one to set its ready event: waiting would never
   // end, so the online file is taken as not arrived.
-  if (onlineFile == nullptr || onlineFile->location == nullptr) return &languages;
+  if (onlineFile == nullptr || !onlineFile->location) return &languages;
   WaitForSingleObject(onlineFile->readyEvent, INFINITE);
   if (onlineSizeInfo->ReadStatus() != kDownloadArrived) return &languages;
 
   wchar_t path[kPathCapacity];
-  JoinPath(path, languageFolder, configFile);
+  JoinPath(path, languageFolder.Get(), configFile.Get());
   wchar_t onlinePath[kPathCapacity];
   BoundedFormat(onlinePath, kPathCapacity, L"%s.online", path);
   ReadLanguageFile(onlinePath, false);
-  CString* forced = StoreGetString("String_ForceSingleLang");
+  CString* forced = StoreGetString(storename::kForceSingleLang);
   if (forced != nullptr) ForceSingleLanguage(forced->text);
   ApplyDefaultLanguage();
   return &languages;
 }
 
 void CMultiLanguageApi::ApplyDefaultLanguage() {
-  CString* language = StoreGetString("String_DefaultLanguage");
+  CString* language = StoreGetString(storename::kDefaultLanguage);
   if (language == nullptr) return;
   auto found = Find(language->text);
   if (found != languages.end()) ApplyVariables(*found);
@@ -282,11 +259,11 @@ LanguageList* CMultiLanguageApi::PeekLanguages() { return &languages; }
 const wchar_t* CMultiLanguageApi::GetLanguageName(const wchar_t* code) {
   auto found = Find(code);
   if (found == languages.end()) return L"";
-  Replace(&nameBuffer, found->displayName);
-  return nameBuffer;
+  nameBuffer = CopyText(found->displayName.Get());
+  return nameBuffer.Get();
 }
 
-const wchar_t* CMultiLanguageApi::GetCurrentLanguage() { return currentLanguage; }
+const wchar_t* CMultiLanguageApi::GetCurrentLanguage() { return currentLanguage.Get(); }
 
 bool CMultiLanguageApi::IsLanguageInstalled(const wchar_t* code) {
   auto found = Find(code);
@@ -315,7 +292,7 @@ void CMultiLanguageApi::ApplyCloudList(MultiStringList* cloud, const wchar_t* pr
     const wchar_t* code = cloud->GetItem(i);
     if (code == nullptr) continue;
     auto hit = cursor;
-    while (hit != languages.end() && _wcsicmp(hit->code, code) != 0) ++hit;
+    while (hit != languages.end() && _wcsicmp(hit->code.Get(), code) != 0) ++hit;
     if (hit == languages.end()) continue;
     languages.push_front(*hit);
     if (cursor == hit) ++cursor;
@@ -329,7 +306,7 @@ void CMultiLanguageApi::ApplyCloudList(MultiStringList* cloud, const wchar_t* pr
   // cursor: it is selected, and then goes with the rest.
   auto chosen = Find(preferred);
   if (chosen == languages.end()) chosen = languages.begin();
-  SelectRecord(*chosen, chosen->code);
+  SelectRecord(*chosen, chosen->code.Get());
   languages.erase(cursor, languages.end());
   listFinal = true;
 }
@@ -349,33 +326,32 @@ bool CMultiLanguageApi::SelectRecord(LanguageRecord& record, const wchar_t* code
   if (texts != nullptr) texts->Clear();
 
   wchar_t package[kPathCapacity];
-  JoinPath(package, languageFolder, record.package);
+  JoinPath(package, languageFolder.Get(), record.package.Get());
   // Quoted, so that a folder with spaces cannot start another program.
   std::wstring commandLine = L"\"" + std::wstring(package) + L"\"";
-  CString* applicationPath = StoreGetString("String_ApplicationPath");
+  CString* applicationPath = StoreGetString(storename::kApplicationPath);
   if (!RunAndWait(commandLine.c_str(), applicationPath != nullptr ? applicationPath->text : nullptr)) return false;
 
-  // code may be the record's own text, which the copy below must outlive.
-  wchar_t* selected = _wcsdup(code);
-  free(currentLanguage);
-  currentLanguage = selected;
+  // code may be the current language's own text (GetCurrentLanguage passed back):
+  // the copy is made before the old text goes.
+  currentLanguage = CopyText(code);
   ApplyVariables(record);
   texts = ResourceManager();
-  if (texts != nullptr) texts->LoadFolder(languageFolder);
+  if (texts != nullptr) texts->LoadFolder(languageFolder.Get());
   return true;
 }
 
 bool CMultiLanguageApi::DownloadPackage(const LanguageRecord& record) {
   wchar_t path[kPathCapacity];
-  JoinPath(path, languageFolder, record.package);
+  JoinPath(path, languageFolder.Get(), record.package.Get());
   CreateEmptyFile(path);
   wchar_t checksumPath[kPathCapacity];
   BoundedFormat(checksumPath, kPathCapacity, L"%s.md5", path);
   CreateEmptyFile(checksumPath);
 
-  auto* downloader = StoreGetObject<IDownloaderApi>("SelfFree_DownloaderApi");
+  auto* downloader = StoreGetObject<IDownloaderApi>(storename::kDownloaderApi);
   if (downloader == nullptr) {
-    LogMessage(kNoDownloader);
+    LogMessage(diagtext::kNoDownloader);
     return false;
   }
   CFileInfo* file = new CFileInfo();
@@ -384,22 +360,18 @@ bool CMultiLanguageApi::DownloadPackage(const LanguageRecord& record) {
   file->replaceExisting = 1;
   file->verifyChecksum = 1;
   sizeInfo->bytesDone = 0;
-  file->SetFileName(record.package);
-  wchar_t* folder = Expanded(languageFolder);
-  file->SetLocalFolder(folder != nullptr ? folder : languageFolder);
-  free(folder);
-  wchar_t* location = Expanded(onlineLocation);
-  file->SetLocation(location);
-  free(location);
+  file->SetFileName(record.package.Get());
+  file->SetLocalFolder(Expand(languageFolder.Get(), OnFailure::KeepText).Get());
+  file->SetLocation(Expand(onlineLocation.Get(), OnFailure::DropText).Get());
   file->sizeInfo = sizeInfo;
 
-  LogMessage(kReadyHandle, HandleBits(file->readyEvent));
+  LogMessage(diagtext::kReadyHandle, HandleBits(file->readyEvent));
   CFileInfo* result = nullptr;
   downloader->AddFile(file, &result, true);
   file->Free();
   CFileInfo* clone = CFileInfo::CloneOf(result);
   // The second line names the online file's event, not the package's.
-  LogMessage(kReadyHandle, HandleBits(onlineFile != nullptr ? onlineFile->readyEvent : nullptr));
+  LogMessage(diagtext::kReadyHandle, HandleBits(onlineFile != nullptr ? onlineFile->readyEvent : nullptr));
   // A downloader that took no request will never set an event for it.
   if (clone == nullptr) return false;
   WaitForSingleObject(clone->readyEvent, INFINITE);
@@ -417,5 +389,5 @@ void CMultiLanguageApi::ApplyVariables(const LanguageRecord& record) {
   }
   DWORD layout = record.rtl ? 1 : 0;
   SetProcessDefaultLayout(layout);
-  StorePut("int_isLangRTL", layout);
+  StorePut(storename::kIsLangRTL, layout);
 }

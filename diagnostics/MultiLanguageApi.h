@@ -31,8 +31,12 @@
 #include <cstdint>
 
 #include "engine/interfaces/Downloads.h"
-#include "engine/interfaces/MultiLanguage.h"
+#include "engine/interfaces/LanguageRecord.h"
 #include "engine/interfaces/HostInterfaces.h"
+#include "engine/ScopedHandle.h"
+#include "engine/interfaces/Downloads.h"
+#include "engine/interfaces/HostInterfaces.h"
+#include "engine/interfaces/MultiLanguage.h"
 #include "engine/SelfFree.h"
 
 
@@ -61,13 +65,13 @@ class CMultiLanguageApi : public IMultiLanguageApi {
   void ApplyCloudList(MultiStringList* cloud, const wchar_t* preferred);
 
   LanguageList languages;
-  wchar_t* languageFolder = nullptr;
-  wchar_t* configFile = nullptr;
-  wchar_t* onlineLocation = nullptr;  // may be null
-  wchar_t* currentLanguage = nullptr;
-  CFileInfo* onlineFile;
+  ScopedText languageFolder;
+  ScopedText configFile;
+  ScopedText onlineLocation;  // may be null
+  ScopedText currentLanguage;
+  CFileInfo* onlineFile;  // released with Free; a clone of the downloader's record once it took the request
   CFileSizeInfo* onlineSizeInfo;  // left to the process's end, like every size info
-  wchar_t* nameBuffer = nullptr;
+  ScopedText nameBuffer;
   bool onlineWaitDone = false;
   bool listFinal = false;
 

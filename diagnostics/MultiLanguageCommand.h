@@ -14,18 +14,20 @@
 // command that did not run: that line is part of its trace.
 #pragma once
 
+#include "diagnostics/DiagnosticsTexts.h"
 #include "engine/InstallCommand.h"
 
 class CMultiLanguageCommand : public CInstallCommand {
  public:
-  ~CMultiLanguageCommand();
+  static constexpr const wchar_t* kTag = diagtext::kMultiLanguageTag;
+  static constexpr FrameStyle kFrame{kTag, kFrameNeverMarked};  // see above
 
   int32_t Execute(HANDLE cancelHandle, CRITICAL_SECTION* storeLock) override;
   int32_t Load(IXMLDOMNamedNodeMap* attributes) override;
 
-  wchar_t* langDir = nullptr;
-  wchar_t* configFile = nullptr;
-  wchar_t* onlineConfigLocation = nullptr;
+  ScopedText langDir;
+  ScopedText configFile;
+  ScopedText onlineConfigLocation;
 
   SELFFREE_DESTRUCTOR(CMultiLanguageCommand)
 };

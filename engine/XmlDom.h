@@ -1,47 +1,17 @@
 // MSXML 3.0 for the files of the language folder (XLIFF texts and language
-// files): the document class, scoped owners for COM references and system
-// strings, and the COM initialisation around one file's load.
+// files): the document class, a scoped owner for system strings, and the COM
+// initialisation around one file's load. COM references are held in the kit's
+// ScopedCom.
 #pragma once
 
 #include <msxml2.h>
 #include <windows.h>
 
+#include "engine/ScopedHandle.h"
+
 // mingw declares these but does not define them.
 extern const CLSID kClsidDomDocument30;
 extern const IID kIidXmlDomDocument;
-
-// Owns one COM reference.
-template <class T>
-class ComRef {
- public:
-  ComRef() = default;
-  ~ComRef() { Reset(); }
-  ComRef(const ComRef&) = delete;
-  ComRef& operator=(const ComRef&) = delete;
-  T** Out() {
-    Reset();
-    return &ptr_;
-  }
-  T* operator->() const { return ptr_; }
-  T* Get() const { return ptr_; }
-  // Takes over a reference the caller owns.
-  void Attach(T* ptr) {
-    Reset();
-    ptr_ = ptr;
-  }
-  T* Detach() {
-    T* ptr = ptr_;
-    ptr_ = nullptr;
-    return ptr;
-  }
-  void Reset() {
-    if (ptr_ != nullptr) ptr_->Release();
-    ptr_ = nullptr;
-  }
-
- private:
-  T* ptr_ = nullptr;
-};
 
 // Owns one system string. Raises ComError(E_OUTOFMEMORY) when it cannot be made.
 class Bstr {

@@ -1,10 +1,12 @@
 #include "frontend/CommandLineParserCommand.h"
 
 #include <cwchar>
+#include <vector>
 
 #include "engine/Bounded.h"
 #include "engine/Log.h"
 #include "engine/Store.h"
+#include "engine/StoreNames.h"
 #include "probes/Platform.h"
 
 namespace {
@@ -20,10 +22,8 @@ int32_t CVltCommandLineParserCommand::Load(IXMLDOMNamedNodeMap* attributes) {
 }
 
 int32_t CVltCommandLineParserCommand::Execute(HANDLE, CRITICAL_SECTION*) {
-  if (!TryEnterCriticalSection(&lock)) {
-    LogMessage(L"%i: VltCommandLine Error: Multiple threads attempting execution.\n", index);
-    return kStatusBusy;
-  }
+  ExecuteFrame frame(*this, kFrame);
+  if (!frame.Entered()) return frame.Busy();
   wchar_t installPath[kPathCapacity] = L" ";
   wchar_t defaultLanguage[kLanguageCapacity] = L" ";
   bool silent = false;
@@ -31,15 +31,15 @@ int32_t CVltCommandLineParserCommand::Execute(HANDLE, CRITICAL_SECTION*) {
   bool sendAur = false;
   bool forceFail = false;
 
-  CString* own = StoreGetString("String_CommandLine");
-  CString* parent = StoreGetString("String_ParrentCommandLine");
+  CString* own = StoreGetString(storename::kCommandLine);
+  CString* parent = StoreGetString(storename::kParentCommandLine);
   if (parent == nullptr) {
     parent = MakeString(GetParentCommandLine().c_str());
-    StorePutObject("String_ParrentCommandLine", parent);
+    StorePutObject(storename::kParentCommandLine, parent);
   }
 
-  wchar_t* search = new wchar_t[kSearchCapacity];
-  search[0] = L'\0';
+  std::vector<wchar_t> buffer(kSearchCapacity);
+  wchar_t* search = buffer.data();
   bool haveText = true;
   if (own != nullptr) {
     BoundedCopy(search, kSearchCapacity, own->text);
@@ -47,7 +47,7 @@ int32_t CVltCommandLineParserCommand::Execute(HANDLE, CRITICAL_SECTION*) {
   } else if (parent != nullptr) {
     BoundedCopy(search, kSearchCapacity, parent->text);
   } else {
-    LogMessage(L"%i: VltCommandLine Could not get command line\n", index);
+    LogMessage(frontendtext::kNoCommandLine, index);
     haveText = false;
   }
 
@@ -71,7 +71,7 @@ int32_t CVltCommandLineParserCommand::Execute(HANDLE, CRITICAL_SECTION*) {
       if (end != nullptr) *end = saved;
       size_t length = wcslen(installPath);
       if (length > 0 && installPath[length - 1] == L'\\') installPath[length - 1] = L'\0';
-      LogMessage(L"%i: VrtCommandLine Install path is %s", index, installPath);
+      LogMessage(frontendtext::kInstallPathSwitch, index, installPath);
     }
     if (wchar_t* language = wcsstr(search, L"/lang=")) {
       wchar_t* value = language + 6;
@@ -80,20 +80,15 @@ int32_t CVltCommandLineParserCommand::Execute(HANDLE, CRITICAL_SECTION*) {
       value[length] = L'\0';
       BoundedCopy(defaultLanguage, kLanguageCapacity, value);
       value[length] = saved;
-      LogMessage(L"%i: VrtCommandLine Default language is %s", index, defaultLanguage);
+      LogMessage(frontendtext::kLanguageSwitch, index, defaultLanguage);
     }
   }
-  delete[] search;
 
-  StorePut("int_IsSilent", silent ? 1 : 0);
-  StorePut("int_IsUpdate", update ? 1 : 0);
-  if (sendAur) StorePut("int_SendAur", 1);
-  StorePut("int_ForceFail", forceFail ? 1 : 0);
-  StorePutObject("String_CmdLineInstallPath", MakeString(installPath));
-  StorePutObject("String_CmdLineDefaultLanguage", MakeString(defaultLanguage));
-
-  // Not marked executed: the engine's warning follows every run.
-  LogMessage(L"%i: VltCommandLine End execute. Next command %i.\n", index, GetNextIndex());
-  LeaveCriticalSection(&lock);
-  return kStatusOk;
+  StorePut(storename::kIsSilent, silent ? 1 : 0);
+  StorePut(storename::kIsUpdate, update ? 1 : 0);
+  if (sendAur) StorePut(storename::kSendAur, 1);
+  StorePut(storename::kForceFail, forceFail ? 1 : 0);
+  StorePutObject(storename::kCmdLineInstallPath, MakeString(installPath));
+  StorePutObject(storename::kCmdLineDefaultLanguage, MakeString(defaultLanguage));
+  return frame.Done();
 }

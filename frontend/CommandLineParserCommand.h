@@ -12,9 +12,15 @@
 #pragma once
 
 #include "engine/InstallCommand.h"
+#include "frontend/FrontendTexts.h"
 
 class CVltCommandLineParserCommand : public CInstallCommand {
  public:
+  static constexpr const wchar_t* kTag = frontendtext::kCommandLineTag;
+  // No begin line, and never marked: the engine's "GetNextIndex called before
+  // Execute" warning follows every run.
+  static constexpr FrameStyle kFrame{kTag, kFrameNoBeginLine | kFrameNeverMarked};
+
   int32_t Execute(HANDLE cancelHandle, CRITICAL_SECTION* storeLock) override;
   int32_t Load(IXMLDOMNamedNodeMap* attributes) override;
 

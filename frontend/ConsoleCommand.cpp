@@ -9,6 +9,7 @@
 #include "engine/Bounded.h"
 #include "engine/Log.h"
 #include "engine/Store.h"
+#include "engine/StoreNames.h"
 
 namespace {
 
@@ -50,49 +51,52 @@ bool CVltConsoleCommand::SearchSwitches(const wchar_t* text) {
 }
 
 void CVltConsoleCommand::ParseConsoleSwitches() {
-  CString* own = StoreGetString("String_CommandLine");
+  CString* own = StoreGetString(storename::kCommandLine);
   if (own != nullptr && SearchSwitches(own->text)) return;
-  CString* parent = StoreGetString("String_ParrentCommandLine");
+  CString* parent = StoreGetString(storename::kParentCommandLine);
   if (parent != nullptr) SearchSwitches(parent->text);
 }
 
 int32_t CVltConsoleCommand::Execute(HANDLE, CRITICAL_SECTION* storeLock) {
-  if (!TryEnterCriticalSection(&lock)) {
-    LogMessage(L"%i: VltConsole Error: Multiple threads attempting execution.\n", index);
-    return kStatusBusy;
-  }
+  ExecuteFrame frame(*this, kFrame);
+  if (!frame.Entered()) return frame.Busy();
   int32_t result = kStatusOk;
   ParseConsoleSwitches();
   if (verbose) OpenConsole();
 
-  HANDLE progressEvent = reinterpret_cast<HANDLE>(StoreGet("HANDLE_InstallProgressEv"));
-  HANDLE startEvent = reinterpret_cast<HANDLE>(StoreGet("HANDLE_StartInstallEv"));
+  HANDLE progressEvent = reinterpret_cast<HANDLE>(StoreGet(storename::kInstallProgressEvent));
+  HANDLE startEvent = reinterpret_cast<HANDLE>(StoreGet(storename::kStartInstallEvent));
   if (progressEvent == nullptr) {
-    LogMessage(L"%i: VltConsole Error: Could not get InstallProgressEv!\n", index);
+    LogMessage(frontendtext::kNoProgressEvent, index);
     result = kStatusBusy;
   } else if (startEvent == nullptr) {
-    LogMessage(L"%i: VltConsole Error: Could not get StartInstallEv!\n", index);
+    LogMessage(frontendtext::kNoStartEvent, index);
     result = kStatusBusy;
   } else {
-    printf("\nRunning silent installer\n");
-    IMultiLanguageApi* languages = StoreGetObject<IMultiLanguageApi>("SelfFree_MultiLanguageApi");
+    fputs(frontendtext::kConsoleRunning, stdout);
+    IMultiLanguageApi* languages = StoreGetObject<IMultiLanguageApi>(storename::kMultiLanguageApi);
     if (languages == nullptr) {
-      LogMessage(L"%i: %s Warning: No MultiLanguageApi.\n", index, L"VltConsole");
-    } else if (CString* language = StoreGetString("String_DefaultLanguage")) {
+      LogMessage(frontendtext::kNoLanguageApi, index, kTag);
+    } else if (CString* language = StoreGetString(storename::kDefaultLanguage)) {
       languages->SelectLanguage(language->text);
     }
 
-    if (StoreGetInt32("int_IsVeltoInstalled") == 0) {
+    if (StoreGetInt32(storename::kIsVeltoInstalled) == 0) {
       // A product that is not there is installed, whatever the switches say.
-      printf("Installing!\n");
+      fputs(frontendtext::kConsoleInstalling, stdout);
       install = true;
-      if (CString* path = StoreGetString("String_InstallPath")) printf("Install path is %S\n", path->text);
+      if (CString* path = StoreGetString(storename::kInstallPath)) {
+        printf(frontendtext::kConsoleInstallPath, path->text);
+      }
     } else if (remove || repair || update) {
-      StorePut("int_UserActionInstall", 0);
-      StorePut("int_UserActionUninstall", remove ? 1 : 0);
-      StorePut("int_UserActionRepair", repair ? 1 : 0);
-      StorePut("int_UserActionUpdate", update ? 1 : 0);
-      printf(remove ? "Uninstalling!\n" : repair ? "Repairing!\n" : "Updating!\n");
+      StorePut(storename::kUserActionInstall, 0);
+      StorePut(storename::kUserActionUninstall, remove ? 1 : 0);
+      StorePut(storename::kUserActionRepair, repair ? 1 : 0);
+      StorePut(storename::kUserActionUpdate, update ? 1 : 0);
+      fputs(remove   ? frontendtext::kConsoleUninstalling
+            : repair ? frontendtext::kConsoleRepairing
+                     : frontendtext::kConsoleUpdating,
+            stdout);
     }
     fflush(stdout);
     SetEvent(startEvent);
@@ -100,22 +104,22 @@ int32_t CVltConsoleCommand::Execute(HANDLE, CRITICAL_SECTION* storeLock) {
     DWORD waited = WaitForProgress(progressEvent);
     while (result == kStatusOk) {
       if (waited != WAIT_OBJECT_0) {
-        LogMessage(L"%i: VltConsole Error: InstallProgressEv returned %d on wait!\n", index, waited);
+        LogMessage(frontendtext::kProgressWaitFailed, index, waited);
         result = kStatusBusy;
         break;
       }
       EnterCriticalSection(storeLock);
-      int32_t percent = StoreGetInt32("int_InstallProgressPercent");
-      CString* text = StoreGetString("String_InstallProgressText");
-      if (StoreGetInt32("int_InstallFailed") != 0) {
-        CString* reason = StoreGetString("String_InstallFailReason");
+      int32_t percent = StoreGetInt32(storename::kInstallProgressPercent);
+      CString* text = StoreGetString(storename::kInstallProgressText);
+      if (StoreGetInt32(storename::kInstallFailed) != 0) {
+        CString* reason = StoreGetString(storename::kInstallFailReason);
         LeaveCriticalSection(storeLock);
         // The reason is printed after the lock is left, as the writer may not
         // replace it in between: the work has ended.
         if (reason != nullptr) {
-          printf("Error while installing: %S\n", reason->text);
+          printf(frontendtext::kConsoleFailed, reason->text);
         } else {
-          printf("Unknown error while installing!\n");
+          fputs(frontendtext::kConsoleFailedUnknown, stdout);
         }
         fflush(stdout);
         break;
@@ -123,15 +127,12 @@ int32_t CVltConsoleCommand::Execute(HANDLE, CRITICAL_SECTION* storeLock) {
       wchar_t progressText[kProgressTextCapacity] = L"";
       if (text != nullptr) BoundedCopy(progressText, kProgressTextCapacity, text->text);
       LeaveCriticalSection(storeLock);
-      printf("%S - %d%%\n", progressText, percent);
+      printf(frontendtext::kConsoleProgress, progressText, percent);
       fflush(stdout);
       if (percent >= 100 || percent == -1) break;
       waited = WaitForProgress(progressEvent);
     }
   }
   if (verbose) FreeConsole();
-  // Not marked executed: the engine's warning follows every run.
-  LogMessage(L"%i: VltConsole End execute. Next command %i.\n", index, GetNextIndex());
-  LeaveCriticalSection(&lock);
-  return result;
+  return frame.Done(result);
 }

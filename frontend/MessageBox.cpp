@@ -4,6 +4,7 @@
 
 #include "engine/Log.h"
 #include "engine/Store.h"
+#include "engine/StoreNames.h"
 
 UINT MessageBoxType(uint32_t buttons, uint32_t icon) {
   UINT type = MB_OK;
@@ -55,9 +56,9 @@ int32_t CVltMessageBoxCommand::Load(IXMLDOMNamedNodeMap* attributes) {
 }
 
 int32_t CVltMessageBoxCommand::Execute(HANDLE, CRITICAL_SECTION*) {
-  if (!EnterGuard(kTag)) return kStatusBusy;
-  LogBegin(kTag);
-  SelfFreeRelease(StoreGetObject<CSelfFree>("MessageBox"));
-  StorePutObject("MessageBox", new (std::nothrow) CVltMessageBox());
-  return FinishExecute(kTag, kStatusOk);
+  ExecuteFrame frame(*this, kFrame);
+  if (!frame.Entered()) return frame.Busy();
+  SelfFreeRelease(StoreGetObject<CSelfFree>(storename::kMessageBox));
+  StorePutObject(storename::kMessageBox, new (std::nothrow) CVltMessageBox());
+  return frame.Done();
 }

@@ -8,6 +8,8 @@
 #include "engine/InstallCommand.h"
 #include "engine/SelfFree.h"
 #include "engine/interfaces/MessageBoxProvider.h"
+#include "frontend/FrontendTexts.h"
+#include "engine/interfaces/MessageBoxProvider.h"
 
 // The MessageBoxW type for the installer's button and icon codes.
 UINT MessageBoxType(uint32_t buttons, uint32_t icon);
@@ -29,7 +31,8 @@ class CVltMessageBox : public IMessageBoxProvider {
 // CVltMessageBox. defaultParentWindowId is accepted and has no effect.
 class CVltMessageBoxCommand : public CInstallCommand {
  public:
-  static constexpr const wchar_t* kTag = L"VltMessageBox";
+  static constexpr const wchar_t* kTag = frontendtext::kMessageBoxTag;
+  static constexpr FrameStyle kFrame{kTag};
 
   int32_t Execute(HANDLE cancelHandle, CRITICAL_SECTION* storeLock) override;
   int32_t Load(IXMLDOMNamedNodeMap* attributes) override;

@@ -9,9 +9,16 @@
 #pragma once
 
 #include "engine/InstallCommand.h"
+#include "frontend/FrontendTexts.h"
+
+// No begin line, and never marked (see above).
+constexpr unsigned kProgressFrameFlags = kFrameNoBeginLine | kFrameNeverMarked;
 
 class CVltUpdateProgressCommand : public CInstallCommand {
  public:
+  static constexpr const wchar_t* kTag = frontendtext::kUpdateProgressTag;
+  static constexpr FrameStyle kFrame{kTag, kProgressFrameFlags};
+
   int32_t Execute(HANDLE cancelHandle, CRITICAL_SECTION* storeLock) override;
   int32_t Load(IXMLDOMNamedNodeMap* attributes) override;
 
@@ -22,11 +29,13 @@ class CVltUpdateProgressCommand : public CInstallCommand {
 
 class CVltSetErrorCommand : public CInstallCommand {
  public:
-  ~CVltSetErrorCommand();
+  static constexpr const wchar_t* kTag = frontendtext::kSetErrorTag;
+  static constexpr FrameStyle kFrame{kTag, kProgressFrameFlags};
+
   int32_t Execute(HANDLE cancelHandle, CRITICAL_SECTION* storeLock) override;
   int32_t Load(IXMLDOMNamedNodeMap* attributes) override;
 
-  wchar_t* reason = nullptr;
+  ScopedText reason;
   bool reasonIsResource = false;
 
   SELFFREE_DESTRUCTOR(CVltSetErrorCommand)

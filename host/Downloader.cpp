@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <cwctype>
 
+#include "engine/ScopedHandle.h"
 #include "host/HostServices.h"
 
 namespace {
@@ -101,23 +102,11 @@ void Progress(CFileSizeInfo* progress, uint64_t done, uint64_t total, bool total
     progress->percent = total != 0 ? static_cast<uint32_t>(done * 100 / total) : 100;
   }
   progress->platform->LeaveCriticalSection(&progress->statusLock);
-  if (progress->progressEvent != nullptr) SetEvent(progress->progressEvent);
+  if (progress->progressEvent) SetEvent(progress->progressEvent.Get());
 }
 
-// Owns one WinHTTP handle.
-class InternetHandle {
- public:
-  explicit InternetHandle(HINTERNET handle) : handle_(handle) {}
-  ~InternetHandle() {
-    if (handle_ != nullptr) WinHttpCloseHandle(handle_);
-  }
-  InternetHandle(const InternetHandle&) = delete;
-  InternetHandle& operator=(const InternetHandle&) = delete;
-  operator HINTERNET() const { return handle_; }
-
- private:
-  HINTERNET handle_;
-};
+// The connection and the request of one transfer; the session is the downloader's.
+typedef ScopedHandle<InternetHandleTraits<WinHttpCloseHandle>> ScopedInternetHandle;
 
 std::wstring ErrorText(const wchar_t* what, DWORD error) {
   return std::wstring(what) + L" failed with error " + std::to_wstring(error);
@@ -172,7 +161,7 @@ bool CDownloaderApi::AddFile(CFileInfo* file, CFileInfo** result, bool) {
   if (record->sizeInfo != nullptr) record->sizeInfo->WriteStatus(kDownloadQueued);
   transfer->thread = CreateThread(nullptr, 0, Run, transfer, 0, nullptr);
   if (transfer->thread == nullptr) {
-    HostLog(L"Downloader: cannot start a transfer for '%s' (error %u).\n", record->fileName,
+    HostLog(L"Downloader: cannot start a transfer for '%s' (error %u).\n", record->fileName.Get(),
             static_cast<unsigned>(GetLastError()));
     if (record->sizeInfo != nullptr) record->sizeInfo->WriteStatus(kDownloadFailed);
     SetEvent(record->readyEvent);
@@ -193,14 +182,16 @@ DWORD WINAPI CDownloaderApi::Run(LPVOID parameter) {
 
 uint32_t CDownloaderApi::Fetch(CFileInfo* record) {
   if (record->sizeInfo != nullptr) record->sizeInfo->WriteStatus(kDownloadRunning);
-  if (record->fileName == nullptr || record->fileName[0] == L'\0' || record->localFolder == nullptr ||
-      record->location == nullptr || record->location[0] == L'\0') {
-    HostLog(L"Downloader: '%s' has no %s.\n", record->fileName != nullptr ? record->fileName : L"",
-            record->location == nullptr || record->location[0] == L'\0' ? L"location" : L"name or local folder");
+  const wchar_t* fileName = record->fileName.Get();
+  const wchar_t* location = record->location.Get();
+  if (fileName == nullptr || fileName[0] == L'\0' || !record->localFolder || location == nullptr ||
+      location[0] == L'\0') {
+    HostLog(L"Downloader: '%s' has no %s.\n", fileName != nullptr ? fileName : L"",
+            location == nullptr || location[0] == L'\0' ? L"location" : L"name or local folder");
     return kDownloadFailed;
   }
-  std::wstring source = DownloadSource(record->location, record->fileName);
-  std::wstring target = DownloadSource(record->localFolder, record->fileName);
+  std::wstring source = DownloadSource(location, fileName);
+  std::wstring target = DownloadSource(record->localFolder.Get(), fileName);
   uint64_t existing = 0;
   if (!record->replaceExisting && FileSize(target, &existing) && existing != 0) {
     HostLog(L"Downloader: '%s' is already there, kept.\n", target.c_str());
@@ -227,9 +218,9 @@ uint32_t CDownloaderApi::Fetch(CFileInfo* record) {
 
   if (!record->verifyChecksum) return kDownloadArrived;
   std::wstring checksumSource = source + L".md5";
-  std::wstring checksumTarget = DownloadSource(record->localFolder, record->checksumFileName != nullptr
-                                                                        ? record->checksumFileName
-                                                                        : std::wstring(record->fileName) + L".md5");
+  std::wstring checksumTarget = DownloadSource(record->localFolder.Get(), record->checksumFileName
+                                                                              ? record->checksumFileName.Get()
+                                                                              : std::wstring(fileName) + L".md5");
   std::wstring checksumPartial = checksumTarget + L".download";
   if (!Get(checksumSource, checksumPartial, nullptr, &failure, &missing)) {
     DeleteFileW(checksumPartial.c_str());
@@ -295,32 +286,32 @@ bool CDownloaderApi::GetHttp(const std::wstring& url, const std::wstring& path, 
     *failure = ErrorText(L"WinHttpOpen", GetLastError());
     return false;
   }
-  InternetHandle connection(WinHttpConnect(session, host.c_str(), parts.nPort, 0));
-  if (connection == nullptr) {
+  ScopedInternetHandle connection(WinHttpConnect(session, host.c_str(), parts.nPort, 0));
+  if (!connection) {
     *failure = ErrorText(L"WinHttpConnect", GetLastError());
     return false;
   }
   DWORD flags = parts.nScheme == INTERNET_SCHEME_HTTPS ? WINHTTP_FLAG_SECURE : 0;
-  InternetHandle request(WinHttpOpenRequest(connection, L"GET", object.c_str(), nullptr, WINHTTP_NO_REFERER,
-                                            WINHTTP_DEFAULT_ACCEPT_TYPES, flags));
-  if (request == nullptr) {
+  ScopedInternetHandle request(WinHttpOpenRequest(connection.Get(), L"GET", object.c_str(), nullptr,
+                                                 WINHTTP_NO_REFERER, WINHTTP_DEFAULT_ACCEPT_TYPES, flags));
+  if (!request) {
     *failure = ErrorText(L"WinHttpOpenRequest", GetLastError());
     return false;
   }
   if (IsLoopback(host)) {
     // A system proxy must not see requests for this machine.
     WINHTTP_PROXY_INFO direct = {WINHTTP_ACCESS_TYPE_NO_PROXY, nullptr, nullptr};
-    WinHttpSetOption(request, WINHTTP_OPTION_PROXY, &direct, sizeof(direct));
+    WinHttpSetOption(request.Get(), WINHTTP_OPTION_PROXY, &direct, sizeof(direct));
   }
-  if (!WinHttpSendRequest(request, WINHTTP_NO_ADDITIONAL_HEADERS, 0, WINHTTP_NO_REQUEST_DATA, 0, 0, 0) ||
-      !WinHttpReceiveResponse(request, nullptr)) {
+  if (!WinHttpSendRequest(request.Get(), WINHTTP_NO_ADDITIONAL_HEADERS, 0, WINHTTP_NO_REQUEST_DATA, 0, 0, 0) ||
+      !WinHttpReceiveResponse(request.Get(), nullptr)) {
     *failure = ErrorText(L"the request", GetLastError());
     return false;
   }
   DWORD statusCode = 0;
   DWORD length = sizeof(statusCode);
-  WinHttpQueryHeaders(request, WINHTTP_QUERY_STATUS_CODE | WINHTTP_QUERY_FLAG_NUMBER, WINHTTP_HEADER_NAME_BY_INDEX,
-                      &statusCode, &length, WINHTTP_NO_HEADER_INDEX);
+  WinHttpQueryHeaders(request.Get(), WINHTTP_QUERY_STATUS_CODE | WINHTTP_QUERY_FLAG_NUMBER,
+                      WINHTTP_HEADER_NAME_BY_INDEX, &statusCode, &length, WINHTTP_NO_HEADER_INDEX);
   if (statusCode != 200) {
     *missing = statusCode == 404 || statusCode == 410;
     *failure = L"HTTP status " + std::to_wstring(statusCode);
@@ -328,7 +319,7 @@ bool CDownloaderApi::GetHttp(const std::wstring& url, const std::wstring& path, 
   }
   wchar_t contentLength[32] = {};
   length = sizeof(contentLength);
-  bool totalKnown = WinHttpQueryHeaders(request, WINHTTP_QUERY_CONTENT_LENGTH, WINHTTP_HEADER_NAME_BY_INDEX,
+  bool totalKnown = WinHttpQueryHeaders(request.Get(), WINHTTP_QUERY_CONTENT_LENGTH, WINHTTP_HEADER_NAME_BY_INDEX,
                                         contentLength, &length, WINHTTP_NO_HEADER_INDEX) != FALSE;
   uint64_t total = totalKnown ? _wcstoui64(contentLength, nullptr, 10) : 0;
 
@@ -348,7 +339,7 @@ bool CDownloaderApi::GetHttp(const std::wstring& url, const std::wstring& path, 
       break;
     }
     DWORD read = 0;
-    if (!WinHttpReadData(request, block.data(), kBlock, &read)) {
+    if (!WinHttpReadData(request.Get(), block.data(), kBlock, &read)) {
       *failure = ErrorText(L"reading", GetLastError());
       ok = false;
       break;

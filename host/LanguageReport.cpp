@@ -32,9 +32,9 @@ std::wstring LanguageReport(const HostOptions& options) {
       report += L"languages: " + std::to_wstring(list->size()) + L" (current: " +
                 Text(languages->GetCurrentLanguage()) + L")\n";
       for (const LanguageRecord& record : *list) {
-        report += L"  " + Text(record.code) + L" \"" + Text(record.displayName) + L"\" " +
+        report += L"  " + Text(record.code.Get()) + L" \"" + Text(record.displayName.Get()) + L"\" " +
                   (record.installed ? L"installed" : L"not installed");
-        if (!record.installed && record.downloadText != nullptr) report += L" \"" + Text(record.downloadText) + L"\"";
+        if (!record.installed && record.downloadText) report += L" \"" + Text(record.downloadText.Get()) + L"\"";
         if (record.rtl) report += L" rtl";
         report += L"\n";
       }

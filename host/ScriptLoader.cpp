@@ -23,18 +23,18 @@ std::wstring AttributeText(IXMLDOMElement* element, const wchar_t* name, bool* p
 
 // The element children of node, in document order.
 bool ElementChildren(IXMLDOMNode* node, std::vector<IXMLDOMElement*>* elements) {
-  ComRef<IXMLDOMNodeList> children;
-  if (node->get_childNodes(children.Out()) != S_OK) return false;
+  ScopedCom<IXMLDOMNodeList> children;
+  if (node->get_childNodes(children.Receive()) != S_OK) return false;
   long count = 0;
-  children->get_length(&count);
+  children.Get()->get_length(&count);
   for (long i = 0; i < count; ++i) {
-    ComRef<IXMLDOMNode> child;
-    if (children->get_item(i, child.Out()) != S_OK) continue;
+    ScopedCom<IXMLDOMNode> child;
+    if (children.Get()->get_item(i, child.Receive()) != S_OK) continue;
     DOMNodeType type;
-    child->get_nodeType(&type);
+    child.Get()->get_nodeType(&type);
     if (type != NODE_ELEMENT) continue;
     IXMLDOMElement* element = nullptr;
-    if (child->QueryInterface(IID_IXMLDOMElement, reinterpret_cast<void**>(&element)) == S_OK) {
+    if (child.Get()->QueryInterface(IID_IXMLDOMElement, reinterpret_cast<void**>(&element)) == S_OK) {
       elements->push_back(element);
     }
   }
@@ -94,12 +94,12 @@ CInstallCommand* MakeCommand(IXMLDOMElement* element, size_t position, HMODULE p
     *error = where + L": the factory returned no command (out of memory)";
     return nullptr;
   }
-  ComRef<IXMLDOMNamedNodeMap> attributes;
-  element->get_attributes(attributes.Out());
+  ScopedCom<IXMLDOMNamedNodeMap> attributes;
+  element->get_attributes(attributes.Receive());
   int32_t status = 0;
   try {
     // Load releases the reference it is given.
-    status = command->Load(attributes.Detach());
+    status = command->Load(attributes.Release());
   } catch (const ComError& failure) {
     status = failure.hr;
   }
@@ -112,8 +112,8 @@ CInstallCommand* MakeCommand(IXMLDOMElement* element, size_t position, HMODULE p
   // Some commands never read index and next themselves; give the engine's raw
   // reading a chance, then fall back to the element's position.
   if (command->GetIndex() == -1) {
-    ComRef<IXMLDOMNamedNodeMap> raw;
-    element->get_attributes(raw.Out());
+    ScopedCom<IXMLDOMNamedNodeMap> raw;
+    element->get_attributes(raw.Receive());
     command->LoadIndexes(raw.Get());
   }
   if (command->GetIndex() == -1) command->SetIndex(static_cast<int32_t>(position));
@@ -133,37 +133,37 @@ void FreeCommands(CommandMap* commands) {
 namespace {
 
 // Loads the document from a file (text null) or from text, and says why not.
-bool LoadDocument(const std::wstring& path, const std::wstring* text, ComRef<IXMLDOMDocument>* document,
+bool LoadDocument(const std::wstring& path, const std::wstring* text, ScopedCom<IXMLDOMDocument>* document,
                   std::wstring* error) {
   HRESULT hr = CoCreateInstance(kClsidDomDocument30, nullptr, CLSCTX_INPROC_SERVER, kIidXmlDomDocument,
-                                reinterpret_cast<void**>(document->Out()));
+                                reinterpret_cast<void**>(document->Receive()));
   if (FAILED(hr)) {
     wchar_t code[16];
     swprintf_s(code, 16, L"0x%08lX", static_cast<unsigned long>(hr));
     *error = L"cannot create the MSXML 3.0 document (error " + std::wstring(code) + L")";
     return false;
   }
-  (*document)->put_async(VARIANT_FALSE);
+  document->Get()->put_async(VARIANT_FALSE);
   VARIANT_BOOL loaded = VARIANT_FALSE;
   if (text != nullptr) {
     Bstr xml(text->c_str());
-    hr = (*document)->loadXML(xml, &loaded);
+    hr = document->Get()->loadXML(xml, &loaded);
   } else {
     VARIANT source;
     VariantInit(&source);
     source.vt = VT_BSTR;
     source.bstrVal = SysAllocString(path.c_str());
-    hr = (*document)->load(source, &loaded);
+    hr = document->Get()->load(source, &loaded);
     VariantClear(&source);
   }
   if (hr == S_OK && loaded == VARIANT_TRUE) return true;
   std::wstring reason;
-  ComRef<IXMLDOMParseError> parseError;
-  if ((*document)->get_parseError(parseError.Out()) == S_OK && parseError.Get() != nullptr) {
+  ScopedCom<IXMLDOMParseError> parseError;
+  if (document->Get()->get_parseError(parseError.Receive()) == S_OK && parseError.Get() != nullptr) {
     Bstr why;
     long line = 0;
-    parseError->get_reason(why.Out());
-    parseError->get_line(&line);
+    parseError.Get()->get_reason(why.Out());
+    parseError.Get()->get_line(&line);
     reason = why.Text();
     while (!reason.empty() && (reason.back() == L'\n' || reason.back() == L'\r')) reason.pop_back();
     if (line > 0) reason += L" at line " + std::to_wstring(line);
@@ -178,7 +178,7 @@ bool ReadScript(const std::wstring& path, IXMLDOMDocument* document, HMODULE plu
 }  // namespace
 
 bool LoadScript(const std::wstring& path, HMODULE plugin, LoadedScript* script, std::wstring* error) {
-  ComRef<IXMLDOMDocument> document;
+  ScopedCom<IXMLDOMDocument> document;
   return LoadDocument(path, nullptr, &document, error) && ReadScript(path, document.Get(), plugin, script, error);
 }
 
@@ -190,7 +190,7 @@ bool LoadScriptText(const std::wstring& text, const std::wstring& name, HMODULE 
     size_t end = body.find(L"?>");
     if (end != std::wstring::npos) body.erase(0, end + 2);
   }
-  ComRef<IXMLDOMDocument> document;
+  ScopedCom<IXMLDOMDocument> document;
   return LoadDocument(name, &body, &document, error) && ReadScript(name, document.Get(), plugin, script, error);
 }
 
@@ -198,8 +198,8 @@ namespace {
 
 bool ReadScript(const std::wstring& path, IXMLDOMDocument* document, HMODULE plugin, LoadedScript* script,
                 std::wstring* error) {
-  ComRef<IXMLDOMElement> root;
-  if (document->get_documentElement(root.Out()) != S_OK || NodeName(root.Get()) != L"install") {
+  ScopedCom<IXMLDOMElement> root;
+  if (document->get_documentElement(root.Receive()) != S_OK || NodeName(root.Get()) != L"install") {
     *error = L"script '" + path + L"': the root element must be <install>";
     return false;
   }

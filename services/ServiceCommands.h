@@ -8,9 +8,9 @@
 //
 // All four run differently from the other commands, and scripts see it in the
 // log: the begin line comes before the guard; a command that another thread is
-// running skips its work without a message and returns 0, not 1359; executed is
-// never set, so the warning "GetNextIndex called before Execute" follows each of
-// them; and the guard is left before the end line.
+// running skips its work without a message and returns 0, not 1359; and executed
+// is never set, so the warning "GetNextIndex called before Execute" follows each
+// of them. kFrame says so for each.
 //
 // None of them looks at the cancel handle: StartService and StopService may block
 // for their whole timeout, or as long as the service needs with "INFINITE".
@@ -18,59 +18,75 @@
 
 #include "engine/InstallCommand.h"
 #include "services/ServiceMgrApi.h"
+#include "services/ServiceTexts.h"
 
-class CServiceCommand : public CInstallCommand {
- protected:
-  // Begin line, the work under the guard (skipped with status 0 when the guard is
-  // taken), then the end line. Returns the work's status.
-  template <class Work>
-  int32_t RunUnmarked(const wchar_t* tag, Work work);
+// The frame of all four: begin line before the guard, skip when busy, never marked.
+constexpr unsigned kServiceFrameFlags = kFrameSkipWhenBusy | kFrameNeverMarked;
+
+// The texts and numbers CreateService keeps from its attributes, in the order
+// and with the names of ServiceConfig, which View lends them to.
+struct ServiceSettings {
+  ScopedText serviceName;
+  ScopedText displayName;
+  ScopedText description;
+  DWORD desiredAccess;
+  DWORD serviceType;
+  DWORD startType;
+  DWORD errorControl;
+  ScopedText pathName;
+  ScopedText loadOrderGroup;
+  ScopedText dependencies;
+  ScopedText serviceStartName;
+  ScopedText password;
+
+  // The settings as CreateWinService takes them; valid while these live unchanged.
+  ServiceConfig View() const;
 };
 
 // Creates a service, or updates the one of that name, and sets int_<var> to 1 when
 // that worked (0 otherwise). Every text but var may name [variables].
-class CCreateServiceCommand : public CServiceCommand {
+class CCreateServiceCommand : public CInstallCommand {
  public:
-  static constexpr const wchar_t* kTag = L"CreateService";
+  static constexpr const wchar_t* kTag = servicetext::kCreateServiceTag;
+  static constexpr FrameStyle kFrame{kTag, kServiceFrameFlags};
 
   CCreateServiceCommand();
-  ~CCreateServiceCommand();
   int32_t Execute(HANDLE cancelHandle, CRITICAL_SECTION* storeLock) override;
   int32_t Load(IXMLDOMNamedNodeMap* attributes) override;
 
-  ServiceConfig config;
-  char* var = nullptr;  // bare name of the success flag
+  ServiceSettings config;
+  ScopedNarrowText var;  // bare name of the success flag
 
   SELFFREE_DESTRUCTOR(CCreateServiceCommand)
 };
 
 // Starts a service; with waitChangeState, waits until it runs.
-class CStartServiceCommand : public CServiceCommand {
+class CStartServiceCommand : public CInstallCommand {
  public:
-  static constexpr const wchar_t* kTag = L"StartService";
+  static constexpr const wchar_t* kTag = servicetext::kStartServiceTag;
+  static constexpr FrameStyle kFrame{kTag, kServiceFrameFlags};
 
-  ~CStartServiceCommand();
   int32_t Execute(HANDLE cancelHandle, CRITICAL_SECTION* storeLock) override;
   int32_t Load(IXMLDOMNamedNodeMap* attributes) override;
 
   bool waitChangeState = false;
   int32_t timeout = 10;  // seconds; -1 without limit
-  wchar_t* serviceName = nullptr;
+  ScopedText serviceName;
 
   SELFFREE_DESTRUCTOR(CStartServiceCommand)
 };
 
 // Stops a service; with waitChangeState, waits until it has stopped. The only
 // service command that sets int_<errVar> on failure.
-class CStopServiceCommand : public CServiceCommand {
+class CStopServiceCommand : public CInstallCommand {
  public:
-  static constexpr const wchar_t* kTag = L"StopService";
+  static constexpr const wchar_t* kTag = servicetext::kStopServiceTag;
+  static constexpr FrameStyle kFrame{kTag, kServiceFrameFlags};
 
-  ~CStopServiceCommand();
   int32_t Execute(HANDLE cancelHandle, CRITICAL_SECTION* storeLock) override;
   int32_t Load(IXMLDOMNamedNodeMap* attributes) override;
 
-  wchar_t* serviceName = nullptr;
+  ScopedText serviceName;
   bool waitChangeState = false;
   int32_t timeout = 10;  // seconds; -1 without limit
 
@@ -79,15 +95,15 @@ class CStopServiceCommand : public CServiceCommand {
 
 // Deletes a service. It neither stops the service first (a script runs
 // StopService before it) nor expands [variables] in the name.
-class CUninstallServiceCommand : public CServiceCommand {
+class CUninstallServiceCommand : public CInstallCommand {
  public:
-  static constexpr const wchar_t* kTag = L"UninstallService";
+  static constexpr const wchar_t* kTag = servicetext::kUninstallServiceTag;
+  static constexpr FrameStyle kFrame{kTag, kServiceFrameFlags};
 
-  ~CUninstallServiceCommand();
   int32_t Execute(HANDLE cancelHandle, CRITICAL_SECTION* storeLock) override;
   int32_t Load(IXMLDOMNamedNodeMap* attributes) override;
 
-  wchar_t* serviceName = nullptr;
+  ScopedText serviceName;
 
   SELFFREE_DESTRUCTOR(CUninstallServiceCommand)
 };

@@ -3,7 +3,10 @@
 #include <string>
 
 #include "engine/Log.h"
+#include "engine/ScopedHandle.h"
 #include "engine/interfaces/WinapiInterface.h"
+#include "services/ServiceSetup.h"
+#include "services/ServiceTexts.h"
 
 namespace {
 
@@ -12,38 +15,6 @@ namespace {
 const DWORD kManagerAccess = 0xF003F;
 const DWORD kServiceAccess = 0xF01FF;
 const DWORD kPollIntervalMs = 1000;
-
-// One service control handle, closed when it goes out of scope.
-class ScopedScHandle {
- public:
-  explicit ScopedScHandle(SC_HANDLE handle) : handle_(handle) {}
-  ~ScopedScHandle() { Reset(nullptr); }
-  ScopedScHandle(const ScopedScHandle&) = delete;
-  ScopedScHandle& operator=(const ScopedScHandle&) = delete;
-  void Reset(SC_HANDLE handle) {
-    if (handle_ != nullptr) CloseServiceHandle(handle_);
-    handle_ = handle;
-  }
-  SC_HANDLE Get() const { return handle_; }
-  explicit operator bool() const { return handle_ != nullptr; }
-
- private:
-  SC_HANDLE handle_;
-};
-
-// The handles of an opened service, closed (the manager first) on every way out.
-class ScopedServiceHandles {
- public:
-  ScopedServiceHandles() : handles_{nullptr, nullptr} {}
-  ~ScopedServiceHandles() { CloseServiceHandles(&handles_); }
-  ScopedServiceHandles(const ScopedServiceHandles&) = delete;
-  ScopedServiceHandles& operator=(const ScopedServiceHandles&) = delete;
-  ServiceHandles* Out() { return &handles_; }
-  SC_HANDLE Service() const { return handles_.service; }
-
- private:
-  ServiceHandles handles_;
-};
 
 // The dependencies text is one service name. The platform reads a list of names
 // that ends in an empty one, so the name is passed with that second terminator
@@ -85,18 +56,18 @@ int32_t CServiceMgrApi::OpenWindowsService(const wchar_t* serviceName, DWORD, Se
   handles->scManager = OpenSCManagerW(nullptr, nullptr, kManagerAccess);
   if (handles->scManager == nullptr) {
     DWORD error = GetLastError();
-    LogMessage(L"[OpenWindowsService]Error getting Service Control Manager %d.\n", 0);
+    LogMessage(servicetext::kNoManager, 0);
     SetLastError(error);
-    return 1;
+    return kServiceCallFailed;
   }
   handles->service = OpenServiceW(handles->scManager, serviceName, kServiceAccess);
   if (handles->service == nullptr) {
     DWORD error = GetLastError();
-    LogMessage(L"[OpenWindowsService]Cannot open service. Service handle: %d", 0);
+    LogMessage(servicetext::kOpenFailed, 0);
     SetLastError(error);
-    return 1;
+    return kServiceCallFailed;
   }
-  return 0;
+  return kServiceCallOk;
 }
 
 bool CServiceMgrApi::InterogateServiceStatus(SC_HANDLE service, SERVICE_STATUS_PROCESS* status) {
@@ -107,28 +78,27 @@ bool CServiceMgrApi::InterogateServiceStatus(SC_HANDLE service, SERVICE_STATUS_P
 }
 
 int32_t CServiceMgrApi::CreateWinService(const ServiceConfig* config, bool setFailureActions) {
-  ScopedScHandle manager(OpenSCManagerW(nullptr, nullptr, kManagerAccess));
+  ScopedServiceHandle manager = OpenServiceManager();
   if (!manager) {
     // Nothing further can work without the manager, and going on would only put
     // the error of a null handle in place of the real one.
     DWORD error = GetLastError();
-    LogMessage(L"[CreateWinService] Error opening SCM, errCode : %d.\n", error);
+    LogMessage(servicetext::kCreateNoManager, error);
     return static_cast<int32_t>(error);
   }
   std::wstring dependencyList;
   const wchar_t* dependencies = DependencyList(config->dependencies, &dependencyList);
   DWORD error = 0;
-  ScopedScHandle service(OpenServiceW(manager.Get(), config->serviceName, kServiceAccess));
+  ScopedServiceHandle service(OpenServiceW(manager.Get(), config->serviceName, kServiceAccess));
   if (service) {
     // Updating leaves desiredAccess and the description out: an existing service
     // keeps the description it has.
-    LogMessage(L"[CreateWinService]The service already exists. Service handle: %d",
-               static_cast<int>(reinterpret_cast<intptr_t>(service.Get())));
+    LogMessage(servicetext::kCreateExists, static_cast<int>(reinterpret_cast<intptr_t>(service.Get())));
     if (!ChangeServiceConfigW(service.Get(), config->serviceType, config->startType, config->errorControl,
                               config->pathName, config->loadOrderGroup, config->tagId, dependencies,
                               config->serviceStartName, config->password, config->displayName)) {
       error = GetLastError();
-      LogMessage(L"[CreateWinService]ChangeServiceConfig failed (%d)\n", error);
+      LogMessage(servicetext::kChangeConfigFailed, error);
     }
   } else {
     service.Reset(CreateServiceW(manager.Get(), config->serviceName, config->displayName, config->desiredAccess,
@@ -137,7 +107,7 @@ int32_t CServiceMgrApi::CreateWinService(const ServiceConfig* config, bool setFa
                                  config->password));
     if (!service) {
       error = GetLastError();
-      LogMessage(L"[CreateWinService] Error creating service, errCode : %d.\n", error);
+      LogMessage(servicetext::kCreateCallFailed, error);
     } else if (config->description != nullptr) {
       // A description that cannot be set does not undo the service.
       SERVICE_DESCRIPTIONW description = {config->description};
@@ -149,11 +119,9 @@ int32_t CServiceMgrApi::CreateWinService(const ServiceConfig* config, bool setFa
   if (setFailureActions) {
     // Restart after a second, then after five, then leave it stopped; the count
     // of failures starts again after a day without one.
-    SC_ACTION actions[3] = {{SC_ACTION_RESTART, 1000}, {SC_ACTION_RESTART, 5000}, {SC_ACTION_NONE, 0}};
-    SERVICE_FAILURE_ACTIONSW failureActions = {86400, nullptr, nullptr, 3, actions};
-    if (!ChangeServiceConfig2W(service.Get(), SERVICE_CONFIG_FAILURE_ACTIONS, &failureActions)) {
-      LogMessage(L"Could not change service config (%d)\n", GetLastError());
-    }
+    static const SC_ACTION kActions[3] = {{SC_ACTION_RESTART, 1000}, {SC_ACTION_RESTART, 5000}, {SC_ACTION_NONE, 0}};
+    DWORD error = SetFailureActions(service.Get(), FailurePlan{86400, kActions, 3});
+    if (error != 0) LogMessage(servicetext::kFailureActionsFailed, error);
   }
   return 0;
 }
@@ -172,57 +140,72 @@ bool CServiceMgrApi::WaitForState(SC_HANDLE service, DWORD wanted, DWORD passing
   }
 }
 
+bool CServiceMgrApi::OpenOwned(const wchar_t* serviceName, ScopedServiceHandle* manager,
+                                ScopedServiceHandle* service) {
+  ServiceHandles handles;
+  bool opened = OpenWindowsService(serviceName, kServiceAccess, &handles) == kServiceCallOk;
+  // Taken on failure too: the manager stays open when only the service failed.
+  manager->Reset(handles.scManager);
+  service->Reset(handles.service);
+  return opened;
+}
+
 int32_t CServiceMgrApi::StartWinService(const wchar_t* serviceName, bool wait, int32_t timeoutSeconds) {
-  ScopedServiceHandles handles;
-  if (OpenWindowsService(serviceName, kServiceAccess, handles.Out()) != 0) {
-    LogMessage(L"Cannot open service with name: %s. Lasterror: %d", serviceName, GetLastError());
-    return 1;
+  ScopedServiceHandle manager;
+  ScopedServiceHandle service;
+  if (!OpenOwned(serviceName, &manager, &service)) {
+    LogMessage(servicetext::kStartOpenFailed, serviceName, GetLastError());
+    return kServiceCallFailed;
   }
   SERVICE_STATUS_PROCESS status = {};
-  if (!InterogateServiceStatus(handles.Service(), &status)) {
-    LogMessage(L"[StartService]InterogateServiceStatus failed (%d)", GetLastError());
-    return 1;
+  if (!InterogateServiceStatus(service.Get(), &status)) {
+    LogMessage(servicetext::kStartQueryFailed, GetLastError());
+    return kServiceCallFailed;
   }
-  if (status.dwCurrentState == kServiceRunning) return 0;
-  LogMessage(L"serviceStatus: %d \n", status.dwCurrentState);
+  if (status.dwCurrentState == kServiceRunning) return kServiceCallOk;
+  LogMessage(servicetext::kStartState, status.dwCurrentState);
 
   if (status.dwCurrentState != kServiceStartPending) {
     // Only a stopping service is waited for; a paused one fails here.
     if (status.dwCurrentState != kServiceStopped &&
-        !WaitForState(handles.Service(), kServiceStopped, kServiceStopPending, timeoutSeconds)) {
-      return 1;
+        !WaitForState(service.Get(), kServiceStopped, kServiceStopPending, timeoutSeconds)) {
+      return kServiceCallFailed;
     }
-    LogMessage(L"Starting service: \n");
-    if (StartServiceW(handles.Service(), 0, nullptr) != 1) {
-      LogMessage(L"Start service failed %s. Lasterror: %d", serviceName, GetLastError());
-      return 1;
+    LogMessage(servicetext::kStarting);
+    if (StartServiceW(service.Get(), 0, nullptr) != 1) {
+      LogMessage(servicetext::kStartCallFailed, serviceName, GetLastError());
+      return kServiceCallFailed;
     }
   }
-  if (!wait) return 0;
-  return WaitForState(handles.Service(), kServiceRunning, kServiceStartPending, timeoutSeconds) ? 0 : 1;
+  if (!wait) return kServiceCallOk;
+  bool reached = WaitForState(service.Get(), kServiceRunning, kServiceStartPending, timeoutSeconds);
+  return reached ? kServiceCallOk : kServiceCallFailed;
 }
 
 int32_t CServiceMgrApi::StopWinService(const wchar_t* serviceName, bool wait, int32_t timeoutSeconds) {
-  ScopedServiceHandles handles;
-  if (OpenWindowsService(serviceName, kServiceAccess, handles.Out()) != 0) return 1;
+  ScopedServiceHandle manager;
+  ScopedServiceHandle service;
+  if (!OpenOwned(serviceName, &manager, &service)) return kServiceCallFailed;
   SERVICE_STATUS_PROCESS status = {};
-  if (!InterogateServiceStatus(handles.Service(), &status)) {
-    LogMessage(L"[StopService]InterogateServiceStatus failed (%d)", GetLastError());
-    return 1;
+  if (!InterogateServiceStatus(service.Get(), &status)) {
+    LogMessage(servicetext::kStopQueryFailed, GetLastError());
+    return kServiceCallFailed;
   }
-  if (status.dwCurrentState == kServiceStopped) return 0;
+  if (status.dwCurrentState == kServiceStopped) return kServiceCallOk;
   // A service that is stopping already gets no second request (the manager would
   // refuse it).
   if (status.dwCurrentState != kServiceStopPending) {
     SERVICE_STATUS reply = {};
-    if (ControlService(handles.Service(), SERVICE_CONTROL_STOP, &reply) != 1) return 1;
+    if (ControlService(service.Get(), SERVICE_CONTROL_STOP, &reply) != 1) return kServiceCallFailed;
   }
-  if (!wait) return 0;
-  return WaitForState(handles.Service(), kServiceStopped, kServiceStopPending, timeoutSeconds) ? 0 : 1;
+  if (!wait) return kServiceCallOk;
+  bool reached = WaitForState(service.Get(), kServiceStopped, kServiceStopPending, timeoutSeconds);
+  return reached ? kServiceCallOk : kServiceCallFailed;
 }
 
 int32_t CServiceMgrApi::UninstallWinService(const wchar_t* serviceName) {
-  ScopedServiceHandles handles;
-  if (OpenWindowsService(serviceName, kServiceAccess, handles.Out()) != 0) return 1;
-  return DeleteService(handles.Service()) ? 0 : 1;
+  ScopedServiceHandle manager;
+  ScopedServiceHandle service;
+  if (!OpenOwned(serviceName, &manager, &service)) return kServiceCallFailed;
+  return DeleteService(service.Get()) ? kServiceCallOk : kServiceCallFailed;
 }

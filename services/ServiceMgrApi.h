@@ -18,6 +18,7 @@
 
 #include <cstdint>
 
+#include "engine/ScopedHandle.h"
 #include "engine/SelfFree.h"
 
 class CWinapiInterface;
@@ -115,4 +116,7 @@ class CServiceMgrApi : public IServiceMgrApi {
   // (one query, then a 1000 ms sleep); any other state, a failed query or the end
   // of the timeout fails.
   bool WaitForState(SC_HANDLE service, DWORD wanted, DWORD passing, int32_t timeoutSeconds);
+  // OpenWindowsService with both handles taken into owners, also when it fails.
+  // True when the service opened.
+  bool OpenOwned(const wchar_t* serviceName, ScopedServiceHandle* manager, ScopedServiceHandle* service);
 };

@@ -15,6 +15,7 @@
 
 #include <cstdint>
 
+#include "engine/ScopedHandle.h"
 #include "engine/SelfFree.h"
 #include "engine/interfaces/WinapiInterface.h"
 
@@ -42,7 +43,7 @@ class CFileSizeInfo : public CSelfFree {
   uint64_t bytesDone = 0;   // bytes that have arrived
   uint64_t bytesTotal = 0;  // the file's full size, once the source told it
   uint32_t percent = 0;     // bytesDone of bytesTotal, 0 to 100
-  HANDLE progressEvent;     // auto-reset; set after each step of progress
+  ScopedKernelHandle progressEvent;  // auto-reset; set after each step of progress
   uint8_t sizeUnknown = 1;  // 1 until bytesTotal is known
   uint32_t status = kDownloadQueued;
   CRITICAL_SECTION statusLock;  // guards status (and the progress fields)
@@ -77,11 +78,11 @@ class CFileInfo : public CSelfFree {
   uint8_t reserved2 = 0;
   // Manual reset. Never closed by the record: a clone may hold the same handle.
   HANDLE readyEvent;
-  wchar_t* fileName = nullptr;
-  wchar_t* location = nullptr;
-  wchar_t* extra = nullptr;  // never set by this system
-  wchar_t* localFolder = nullptr;
-  wchar_t* checksumFileName = nullptr;
+  ScopedText fileName;
+  ScopedText location;
+  ScopedText extra;  // never set by this system
+  ScopedText localFolder;
+  ScopedText checksumFileName;
 
   SELFFREE_DESTRUCTOR(CFileInfo)
 };

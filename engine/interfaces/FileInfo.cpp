@@ -4,25 +4,11 @@
 
 #include "engine/interfaces/Downloads.h"
 
-namespace {
-
-void Replace(wchar_t** field, const wchar_t* text) {
-  free(*field);
-  *field = text != nullptr ? _wcsdup(text) : nullptr;
-}
-
-}  // namespace
-
 CFileInfo::CFileInfo() : platform(new CWinapiInterface()) {
   readyEvent = platform->CreateEventW(nullptr, TRUE, FALSE, nullptr);
 }
 
 CFileInfo::~CFileInfo() {
-  Replace(&fileName, nullptr);
-  Replace(&location, nullptr);
-  Replace(&extra, nullptr);
-  Replace(&localFolder, nullptr);
-  Replace(&checksumFileName, nullptr);
   if (ownsPlatform && platform != nullptr) platform->DeletingDestructor(1);
   platform = nullptr;
 }
@@ -38,24 +24,23 @@ CFileInfo* CFileInfo::CloneOf(const CFileInfo* source) {
   clone->reserved = source->reserved;
   clone->reserved2 = source->reserved2;
   clone->sizeInfo = source->sizeInfo;
-  Replace(&clone->fileName, source->fileName);
-  Replace(&clone->location, source->location);
-  Replace(&clone->extra, source->extra);
-  Replace(&clone->localFolder, source->localFolder);
-  Replace(&clone->checksumFileName, source->checksumFileName);
+  clone->fileName = CopyText(source->fileName.Get());
+  clone->location = CopyText(source->location.Get());
+  clone->extra = CopyText(source->extra.Get());
+  clone->localFolder = CopyText(source->localFolder.Get());
+  clone->checksumFileName = CopyText(source->checksumFileName.Get());
   return clone;
 }
 
 void CFileInfo::SetFileName(const wchar_t* name) {
-  Replace(&fileName, name);
-  free(checksumFileName);
-  checksumFileName = nullptr;
+  fileName = CopyText(name);
+  checksumFileName.Reset();
   if (name == nullptr) return;
   size_t length = wcslen(name) + 5;
-  checksumFileName = static_cast<wchar_t*>(calloc(length, sizeof(wchar_t)));
-  if (checksumFileName != nullptr) swprintf_s(checksumFileName, length, L"%s.md5", name);
+  checksumFileName.Reset(static_cast<wchar_t*>(calloc(length, sizeof(wchar_t))));
+  if (checksumFileName) swprintf_s(checksumFileName.Get(), length, L"%s.md5", name);
 }
 
-void CFileInfo::SetLocation(const wchar_t* text) { Replace(&location, text); }
+void CFileInfo::SetLocation(const wchar_t* text) { location = CopyText(text); }
 
-void CFileInfo::SetLocalFolder(const wchar_t* text) { Replace(&localFolder, text); }
+void CFileInfo::SetLocalFolder(const wchar_t* text) { localFolder = CopyText(text); }

@@ -3,13 +3,11 @@
 #include "engine/interfaces/Downloads.h"
 
 CFileSizeInfo::CFileSizeInfo() : platform(new CWinapiInterface()) {
-  progressEvent = platform->CreateEventW(nullptr, FALSE, FALSE, nullptr);
+  progressEvent.Reset(platform->CreateEventW(nullptr, FALSE, FALSE, nullptr));
   platform->InitializeCriticalSection(&statusLock);
 }
 
 CFileSizeInfo::~CFileSizeInfo() {
-  if (progressEvent != nullptr) platform->CloseHandle(progressEvent);
-  progressEvent = nullptr;
   platform->DeleteCriticalSection(&statusLock);
   if (ownsPlatform && platform != nullptr) platform->DeletingDestructor(1);
   platform = nullptr;

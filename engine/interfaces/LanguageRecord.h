@@ -7,6 +7,8 @@
 #include <map>
 #include <string>
 
+#include "engine/ScopedHandle.h"
+
 class LanguageRecord {
  public:
   LanguageRecord() = default;
@@ -14,21 +16,17 @@ class LanguageRecord {
                  bool rtl, bool installed);
   LanguageRecord(const LanguageRecord& other);
   LanguageRecord& operator=(const LanguageRecord& other);
-  ~LanguageRecord();
 
   // Adds a variable unless the name is already there: the first value stands.
   void AddVariable(const std::string& name, const std::wstring& value);
 
-  wchar_t* code = nullptr;                        // element name, e.g. en-US; compared without case
-  wchar_t* displayName = nullptr;                 // attribute name
-  wchar_t* package = nullptr;                     // attribute package: a file of the language folder
-  wchar_t* downloadText = nullptr;                // attribute downloadRequired, or null: shown while not installed
+  ScopedText code;                                // element name, e.g. en-US; compared without case
+  ScopedText displayName;                         // attribute name
+  ScopedText package;                             // attribute package: a file of the language folder
+  ScopedText downloadText;                        // attribute downloadRequired, or null: shown while not installed
   bool rtl = false;                               // attribute rtl is exactly "true"
   bool installed = false;                         // false for a language known only online, until its package came
   std::map<std::string, std::wstring> variables;  // store name -> text
-
- private:
-  void Release();
 };
 
 typedef std::list<LanguageRecord> LanguageList;

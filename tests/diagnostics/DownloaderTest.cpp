@@ -38,7 +38,7 @@ class DownloaderTest : public LanguageTest {
       EXPECT_NE(result, file);
       EXPECT_EQ(result->readyEvent, ready);
       EXPECT_EQ(result->sizeInfo, outcome.progress);
-      EXPECT_STREQ(result->checksumFileName, (name + L".md5").c_str());
+      EXPECT_STREQ(result->checksumFileName.Get(), (name + L".md5").c_str());
     }
     file->Free();
     EXPECT_EQ(WaitForSingleObject(ready, 10000), WAIT_OBJECT_0);

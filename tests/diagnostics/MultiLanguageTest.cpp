@@ -31,7 +31,7 @@ class MultiLanguageTest : public LanguageTest {
   // The codes of the list as it stands.
   std::vector<std::wstring> Codes() {
     std::vector<std::wstring> codes;
-    for (const LanguageRecord& record : *Languages()->PeekLanguages()) codes.push_back(record.code);
+    for (const LanguageRecord& record : *Languages()->PeekLanguages()) codes.push_back(record.code.Get());
     return codes;
   }
   std::wstring Variable(const char* name) {
@@ -75,10 +75,10 @@ TEST_F(MultiLanguageTest, LanguageFileWithCommentsVariablesAndFlags) {
   ASSERT_NE(languages, nullptr);
   ASSERT_EQ(Codes(), (std::vector<std::wstring>{L"en-US", L"he-IL", L"fr-FR"}));
   const LanguageRecord& hebrew = *std::next(languages->PeekLanguages()->begin());
-  EXPECT_STREQ(hebrew.displayName, L"Hebrew");
-  EXPECT_STREQ(hebrew.package, L"he.exe");
-  EXPECT_STREQ(hebrew.downloadText, L"(download)");
-  EXPECT_EQ(languages->PeekLanguages()->front().downloadText, nullptr);
+  EXPECT_STREQ(hebrew.displayName.Get(), L"Hebrew");
+  EXPECT_STREQ(hebrew.package.Get(), L"he.exe");
+  EXPECT_STREQ(hebrew.downloadText.Get(), L"(download)");
+  EXPECT_EQ(languages->PeekLanguages()->front().downloadText.Get(), nullptr);
   for (const LanguageRecord& record : *languages->PeekLanguages()) EXPECT_TRUE(record.installed);
   EXPECT_TRUE(languages->IsLanguageRtl(L"HE-il"));
   EXPECT_FALSE(languages->IsLanguageRtl(L"fr-FR")) << "only \"true\" exactly";
@@ -208,11 +208,11 @@ TEST_F(MultiLanguageTest, ALanguageKnownOnlyOnlineIsDownloadedWhenSelected) {
   LanguageList* list = nullptr;
   Bounded([&] { list = languages->GetLanguages(); });
   ASSERT_EQ(Codes(), (std::vector<std::wstring>{L"en-US", L"de-DE"}));
-  EXPECT_STREQ(list->front().displayName, L"English");
-  EXPECT_STREQ(list->front().package, L"lang-en-US.exe");
+  EXPECT_STREQ(list->front().displayName.Get(), L"English");
+  EXPECT_STREQ(list->front().package.Get(), L"lang-en-US.exe");
   EXPECT_TRUE(list->front().installed);
   EXPECT_FALSE(list->back().installed);
-  EXPECT_STREQ(list->back().downloadText, L"(download)");
+  EXPECT_STREQ(list->back().downloadText.Get(), L"(download)");
   EXPECT_EQ(Variable("String_LanguageSource"), L"online") << "the default language's new variables";
 
   bool selected = false;

@@ -126,8 +126,8 @@ TEST_F(ServiceCommandsTest, CreateMakesTheServiceFromExpandedTexts) {
   EXPECT_EQ(info.description, L"Made by Sample");
   // The command keeps the expanded texts.
   auto* create = static_cast<CCreateServiceCommand*>(command);
-  EXPECT_STREQ(create->config.displayName, L"Sample service");
-  EXPECT_STREQ(create->config.pathName, TestServicePath(L"/stoppending=0").c_str());
+  EXPECT_STREQ(create->config.displayName.Get(), L"Sample service");
+  EXPECT_STREQ(create->config.pathName.Get(), TestServicePath(L"/stoppending=0").c_str());
 
   // The failure actions: Wine accepts them without storing them (and does not
   // answer the query for them), so all that can be checked here is that the call
@@ -203,9 +203,9 @@ TEST_F(ServiceCommandsTest, CreateWithAnUnsetVariableStopsWithStatus1359) {
                                    L"Cannot expand command. Error\n"}));
   // displayName comes first and keeps its expansion; the rest stay as they were.
   auto* create = static_cast<CCreateServiceCommand*>(command);
-  EXPECT_STREQ(create->config.displayName, L"Sample");
-  EXPECT_STREQ(create->config.serviceName, name.c_str());
-  EXPECT_STREQ(create->config.description, L"[SvcTestProduct]");
+  EXPECT_STREQ(create->config.displayName.Get(), L"Sample");
+  EXPECT_STREQ(create->config.serviceName.Get(), name.c_str());
+  EXPECT_STREQ(create->config.description.Get(), L"[SvcTestProduct]");
   EXPECT_FALSE(ServiceExists(name));
 }
 
@@ -216,7 +216,7 @@ TEST_F(ServiceCommandsTest, LoadReadsRequiredAttributesDefaultsAndTimeouts) {
       L"<CreateService var='v' serviceName='a' displayName='a' description='a' startType='3' pathName='p'/>", &status);
   ASSERT_NE(command, nullptr);
   EXPECT_EQ(status, 1);
-  EXPECT_EQ(static_cast<CCreateServiceCommand*>(command)->config.pathName, nullptr);
+  EXPECT_EQ(static_cast<CCreateServiceCommand*>(command)->config.pathName.Get(), nullptr);
   command->Free();
   command = CreateCommand(L"<CreateService serviceName='a' displayName='a' description='a' serviceType='16'"
                           L" startType='3'/>", &status);
@@ -228,7 +228,7 @@ TEST_F(ServiceCommandsTest, LoadReadsRequiredAttributesDefaultsAndTimeouts) {
   auto* create = static_cast<CCreateServiceCommand*>(command);
   EXPECT_EQ(create->config.desiredAccess, 0xF003Fu);
   EXPECT_EQ(create->config.errorControl, 1u);
-  EXPECT_STREQ(create->var, "v");
+  EXPECT_STREQ(create->var.Get(), "v");
   command->Free();
 
   struct Timeout {
