@@ -47,31 +47,9 @@ HRESULT AttributeReader::ReadNumber(const wchar_t* name, int32_t* value) {
   return hr;
 }
 
-HRESULT AttributeReader::ReadCopy(const wchar_t* name, wchar_t** copy) {
-  wchar_t* text = nullptr;
-  HRESULT hr = ReadText(name, &text);
-  if (hr == S_OK) {
-    free(*copy);
-    *copy = _wcsdup(text);
-  }
-  return hr;
-}
-
 HRESULT AttributeReader::ReadCopy(const wchar_t* name, ScopedText& copy) {
   wchar_t* text = nullptr;
   HRESULT hr = ReadText(name, &text);
   if (hr == S_OK) copy = CopyText(text);
   return hr;
-}
-
-char* NarrowText(const wchar_t* text) {
-  if (text == nullptr) return nullptr;
-  int bytes = WideCharToMultiByte(CP_ACP, 0, text, -1, nullptr, 0, nullptr, nullptr);
-  if (bytes <= 0) return nullptr;
-  char* narrow = static_cast<char*>(calloc(bytes + 1, 1));
-  if (narrow != nullptr && WideCharToMultiByte(CP_ACP, 0, text, -1, narrow, bytes, nullptr, nullptr) == 0) {
-    free(narrow);
-    return nullptr;
-  }
-  return narrow;
 }

@@ -36,8 +36,7 @@ class AttributeReader {
   // A number: the text through wcstol with base 0, so 0x hexadecimal and
   // leading-zero octal are accepted and text that is no number reads as 0.
   HRESULT ReadNumber(const wchar_t* name, int32_t* value);
-  // A private copy of the text (free with free). An earlier copy in *copy is freed.
-  HRESULT ReadCopy(const wchar_t* name, wchar_t** copy);
+  // A private copy of the text, replacing what copy held.
   HRESULT ReadCopy(const wchar_t* name, ScopedText& copy);
 
  private:
@@ -47,7 +46,3 @@ class AttributeReader {
   std::vector<BSTR> strings_;
   bool lastAbsent_ = false;
 };
-
-// Narrows wide text through the ANSI code page into a new heap text (free with
-// free). Null when the text is null or cannot be converted.
-char* NarrowText(const wchar_t* text);

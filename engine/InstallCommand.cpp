@@ -92,17 +92,3 @@ void CInstallCommand::LoadCommon(IXMLDOMNamedNodeMap* attributes) {
   CInstallCommand::Load(attributes);
 }
 
-bool CInstallCommand::EnterGuard(const wchar_t* tag) {
-  if (TryEnterCriticalSection(&lock)) return true;
-  LogMessage(enginetext::kBusy, index, tag);
-  return false;
-}
-
-void CInstallCommand::LogBegin(const wchar_t* tag) { LogMessage(enginetext::kBegin, index, tag); }
-
-int32_t CInstallCommand::FinishExecute(const wchar_t* tag, int32_t status) {
-  executed = true;
-  LogMessage(enginetext::kEnd, index, tag, GetNextIndex());
-  LeaveCriticalSection(&lock);
-  return status;
-}

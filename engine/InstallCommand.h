@@ -60,8 +60,4 @@ class CInstallCommand : public CSelfFree {
   // Load, on a reference of their own. Their failures are ignored, so a malformed
   // common attribute never fails a concrete command.
   void LoadCommon(IXMLDOMNamedNodeMap* attributes);
-  // TRANSITIONAL: the old frame calls, until every command stands on ExecuteFrame.
-  bool EnterGuard(const wchar_t* tag);
-  int32_t FinishExecute(const wchar_t* tag, int32_t status);
-  void LogBegin(const wchar_t* tag);
 };

@@ -31,23 +31,3 @@ void UnbindEngine() {
 StoreValue StoreGet(const char* name) { return g_get(name); }
 
 void StorePut(const char* name, StoreValue value) { g_put(name, value); }
-
-char* MakeVarNameA(const char* prefix, const char* bare) {
-  if (bare == nullptr) return nullptr;
-  size_t size = strlen(prefix) + strlen(bare) + 1;
-  char* name = static_cast<char*>(malloc(size));
-  if (name != nullptr) snprintf(name, size, "%s%s", prefix, bare);
-  return name;
-}
-
-char* MakeVarNameW(const char* prefix, const wchar_t* bare) {
-  if (bare == nullptr) return nullptr;
-  int bytes = WideCharToMultiByte(CP_ACP, 0, bare, -1, nullptr, 0, nullptr, nullptr);
-  if (bytes <= 0) return nullptr;
-  size_t prefixLength = strlen(prefix);
-  char* name = static_cast<char*>(calloc(prefixLength + bytes, 1));
-  if (name == nullptr) return nullptr;
-  memcpy(name, prefix, prefixLength);
-  WideCharToMultiByte(CP_ACP, 0, bare, -1, name + prefixLength, bytes, nullptr, nullptr);
-  return name;
-}

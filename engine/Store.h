@@ -36,9 +36,3 @@ T* StoreGetObject(const char* name) { return reinterpret_cast<T*>(StoreGet(name)
 inline void StorePutObject(const char* name, const void* object) {
   StorePut(name, reinterpret_cast<StoreValue>(object));
 }
-
-// Heap name "<prefix><bare>", narrowed from wide text through the ANSI code page.
-// The caller frees the result with free. Null when bare is null or memory runs out.
-char* MakeVarNameW(const char* prefix, const wchar_t* bare);
-// Heap name "<prefix><bare>" from narrow text. Null when bare is null.
-char* MakeVarNameA(const char* prefix, const char* bare);
