@@ -23,6 +23,23 @@ ScopedRarArchive OpenArchive(const UnrarApi& api, const wchar_t* archive, unsign
   return opened;
 }
 
+// The start of a pass: the library bound, the archive open in mode. None, with
+// the reason in pass, when either fails.
+ScopedRarArchive BeginPass(UnrarSession& session, const wchar_t* archive, unsigned int mode, RarPass* pass) {
+  if (session.Status() != ERROR_SUCCESS) {
+    pass->stop = RarStop::kLibrary;
+    pass->code = static_cast<int32_t>(session.Status());
+    return ScopedRarArchive();
+  }
+  int result = ERAR_SUCCESS;
+  ScopedRarArchive opened = OpenArchive(session.Api(), archive, mode, &result);
+  if (result != ERAR_SUCCESS) {
+    pass->stop = RarStop::kOpen;
+    pass->code = result;
+  }
+  return opened;
+}
+
 bool Cancelled(HANDLE cancel) {
   return cancel != INVALID_HANDLE_VALUE && cancel != nullptr && WaitForSingleObject(cancel, 0) == WAIT_OBJECT_0;
 }
@@ -32,19 +49,9 @@ bool Cancelled(HANDLE cancel) {
 RarPass SumRarArchive(const wchar_t* archive) {
   RarPass pass;
   UnrarSession session;
-  if (session.Status() != ERROR_SUCCESS) {
-    pass.stop = RarStop::kLibrary;
-    pass.code = static_cast<int32_t>(session.Status());
-    return pass;
-  }
+  ScopedRarArchive opened = BeginPass(session, archive, RAR_OM_LIST, &pass);
+  if (!opened) return pass;
   const UnrarApi& api = session.Api();
-  int result = ERAR_SUCCESS;
-  ScopedRarArchive opened = OpenArchive(api, archive, RAR_OM_LIST, &result);
-  if (result != ERAR_SUCCESS) {
-    pass.stop = RarStop::kOpen;
-    pass.code = result;
-    return pass;
-  }
   // The header is 10 KiB: it lives on the heap, not on the stack.
   std::unique_ptr<RARHeaderDataEx> header(new RARHeaderDataEx());
   int headerCode;
@@ -68,19 +75,9 @@ RarPass SumRarArchive(const wchar_t* archive) {
 RarPass ExtractRarArchive(const wchar_t* archive, const wchar_t* folder, HANDLE cancel, const RarProgress& progress) {
   RarPass pass;
   UnrarSession session;
-  if (session.Status() != ERROR_SUCCESS) {
-    pass.stop = RarStop::kLibrary;
-    pass.code = static_cast<int32_t>(session.Status());
-    return pass;
-  }
+  ScopedRarArchive opened = BeginPass(session, archive, RAR_OM_EXTRACT, &pass);
+  if (!opened) return pass;
   const UnrarApi& api = session.Api();
-  int result = ERAR_SUCCESS;
-  ScopedRarArchive opened = OpenArchive(api, archive, RAR_OM_EXTRACT, &result);
-  if (result != ERAR_SUCCESS) {
-    pass.stop = RarStop::kOpen;
-    pass.code = result;
-    return pass;
-  }
   std::unique_ptr<RARHeaderDataEx> header(new RARHeaderDataEx());
   int headerCode;
   while ((headerCode = api.RARReadHeaderEx(opened.Get(), header.get())) == ERAR_SUCCESS) {
