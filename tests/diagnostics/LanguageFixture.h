@@ -17,12 +17,6 @@
 #include "diagnostics/ResourceManager.h"
 #include "tests/support/PluginFixture.h"
 
-// The folder of the test program, with a trailing backslash.
-std::wstring ProgramFolder();
-void WriteUtf8(const std::wstring& path, const std::string& text);
-std::string ReadAll(const std::wstring& path);
-bool FileExists(const std::wstring& path);
-std::wstring Narrow(const std::string& text);  // ASCII to wide, for messages
 // An XLIFF document with the xlf prefix around units (trans-unit elements).
 std::string Xliff(const std::string& units);
 // A language file around the language elements.
@@ -45,10 +39,9 @@ class LanguageTest : public PluginTest {
   // Copies the demo's package of code (lang-en-US.exe, lang-de-DE.exe) into
   // folder, under name when given; with its checksum file if it has one.
   void CopyPackage(const wchar_t* code, const std::wstring& folder, const std::wstring& name = L"");
-  void PutText(const char* name, const wchar_t* value);
   IMultiLanguageApi* Languages();
   IResourceManager* Texts();
   std::wstring Text(const wchar_t* id);
-  // Runs a command through the library (index 1, next 0) and expects status 0.
-  void Run(const std::wstring& elementXml);
+  // Runs a command through the library and expects status 0.
+  void RunElement(const std::wstring& elementXml);
 };

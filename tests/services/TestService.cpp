@@ -17,10 +17,11 @@
 
 #include <cwchar>
 
-#include "tests/services/RealService.h"
 
 namespace {
 
+// The user control that ends the service even when it refuses to stop.
+const DWORD kTestServiceEnd = 200;
 SERVICE_STATUS_HANDLE g_statusHandle = nullptr;
 SERVICE_STATUS g_status = {};
 HANDLE g_stopRequested = nullptr;
