@@ -1,5 +1,4 @@
-// The error collector, whose text the engine prints at the end of a run: its
-// lines, its size handshake with its odd ends, and its growth.
+// Fault caught: the errors printed at the end of a run lost, cut or overrun (the error collector).
 #include <cstdarg>
 
 #include "diagnostics/ErrorApi.h"

@@ -1,11 +1,5 @@
-// Shared set-up of the language tests: a fresh folder per test under the test
-// program's own work\ folder, served by the tests' web server on 127.0.0.1 (see
-// tests/http-server.sh), the demo's language packages, and the engine's real
-// downloader published as SelfFree_DownloaderApi.
-//
-// The work folder is emptied when the program starts, not after each test: the
-// resource manager's scans leave their search handles open, and Wine does not
-// remove a folder that a search still holds.
+// Language tests' set-up: a folder per test under work\ (emptied once per run: scans keep their search
+// handles open), served by the web server on 127.0.0.1, and the engine's downloader.
 #pragma once
 
 #include <windows.h>

@@ -1,7 +1,4 @@
-// The language manager and the MultiLanguage command: language files read from
-// per-test folders, the demo's real packages run, and the online file and
-// packages fetched from the tests' web server by the engine's downloader. A fault
-// here shows the installer in the wrong language or without its texts.
+// Fault caught: the installer in the wrong language, or a language that cannot be fetched or selected.
 #include <algorithm>
 
 #include "host/MultiStrings.h"
@@ -76,26 +73,6 @@ TEST_F(MultiLanguageTest, LanguageFileWithCommentsVariablesAndFlags) {
   EXPECT_TRUE(log_->Contains(L"MultiLanguageApi: Reading variables for: he-IL\n"));
 }
 
-TEST_F(MultiLanguageTest, ReadingEndsAtALanguageWithoutNameOrPackage) {
-  WriteLanguages(std::string(kEnglish) + R"(<de-DE name="Deutsch"/>)" + kFrench);
-  RunManager();
-  EXPECT_EQ(Codes(), (Lines{L"en-US"}));
-  EXPECT_EQ(StoreRead("int_MultiLanguageAvailable"), 0u);
-
-  // A second manager, over a malformed file.
-  VariableStore& store = VariableStore::Instance();
-  Languages()->Free();
-  store.Put("SelfFree_MultiLanguageApi", 0);
-  WriteAll(lang_ + L"languages.xml", "<lang><languages><en-US name='x' package='y'>");
-  RunManager(3);
-  EXPECT_TRUE(Codes().empty());
-  std::wstring prefix = L"MultiLanguageApi: XML parsing error! Xml file: " + lang_ + L"languages.xml; reason: ";
-  auto lines = log_->Since();
-  EXPECT_TRUE(std::any_of(lines.begin(), lines.end(),
-                          [&](const std::wstring& line) { return line.compare(0, prefix.size(), prefix) == 0; }));
-  EXPECT_FALSE(Languages()->SelectLanguage(L"en-US"));
-}
-
 TEST_F(MultiLanguageTest, SelectingRunsThePackagePublishesVariablesAndReloadsTexts) {
   WriteLanguages(std::string(kEnglish) + kGerman + R"(<it-IT name="Italiano" package="missing.exe"/>)");
   CopyPackage(L"en-US", lang_);
@@ -116,16 +93,14 @@ TEST_F(MultiLanguageTest, SelectingRunsThePackagePublishesVariablesAndReloadsTex
   EXPECT_EQ(TextOf("String_ProductName"), L"Produkt");
   EXPECT_EQ(StoreRead("int_isLangRTL"), 1u);
   DWORD layout = 0;
-  EXPECT_TRUE(GetProcessDefaultLayout(&layout));
-  EXPECT_EQ(layout, 1u);
+  EXPECT_TRUE(GetProcessDefaultLayout(&layout) && layout == 1u) << "right to left";
 
   EXPECT_TRUE(languages->SelectLanguage(L"en-us"));
   EXPECT_STREQ(languages->GetCurrentLanguage(), L"en-us");
   EXPECT_EQ(Text(L"WelcomeWindowTitle"), L"[ProductName] Setup");
   EXPECT_EQ(TextOf("String_ProductName"), L"Product");
   EXPECT_EQ(StoreRead("int_isLangRTL"), 0u);
-  GetProcessDefaultLayout(&layout);
-  EXPECT_EQ(layout, 0u);
+  EXPECT_TRUE(GetProcessDefaultLayout(&layout) && layout == 0u);
 
   // A package that cannot be started: the texts are gone, nothing else changes.
   EXPECT_FALSE(languages->SelectLanguage(L"it-IT"));
@@ -151,19 +126,10 @@ TEST_F(MultiLanguageTest, ALanguageKnownOnlyOnlineIsDownloadedWhenSelected) {
   EXPECT_EQ(Codes(), (Lines{L"en-US"})) << "the online file waits for GetLanguages";
   EXPECT_EQ(TextOf("String_LanguageSource"), L"shipped");
   EXPECT_TRUE(Exists(lang_ + L"languages.xml.online.md5"));
-  // Before and after AddFile: the downloader's record shares the ready event.
-  HANDLE ready = reinterpret_cast<CMultiLanguageApi*>(languages)->onlineFile->readyEvent;
-  wchar_t line[64];
-  swprintf_s(line, 64, L"@@@@@@@@@@@File ready handle: %x\n",
-             static_cast<unsigned>(reinterpret_cast<uintptr_t>(ready)));
-  EXPECT_EQ(Count(line), 2u);
-
   LanguageList* list = nullptr;
   Bounded([&] { list = languages->GetLanguages(); });
   ASSERT_EQ(Codes(), (Lines{L"en-US", L"de-DE"}));
-  EXPECT_STREQ(list->front().displayName, L"English");
-  EXPECT_STREQ(list->front().package, L"lang-en-US.exe");
-  EXPECT_TRUE(list->front().installed);
+  EXPECT_STREQ(list->front().displayName, L"English") << "online names of known languages are ignored";
   EXPECT_FALSE(list->back().installed);
   EXPECT_STREQ(list->back().downloadText, L"(download)");
   EXPECT_EQ(TextOf("String_LanguageSource"), L"online") << "the default language's new variables";

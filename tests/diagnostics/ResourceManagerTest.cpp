@@ -1,6 +1,4 @@
-// The file resource manager and the LocalizationManager command, against real
-// XLIFF files in per-test folders, MSXML and resource modules with icons: a fault
-// here shows the installer's windows without texts or with the wrong icon.
+// Fault caught: the installer's windows without their texts or with the wrong icon.
 #include <algorithm>
 
 #include "tests/diagnostics/LanguageFixture.h"
@@ -31,30 +29,6 @@ struct ForeignManager : CSelfFree {
   }
 };
 int ForeignManager::freed = 0;
-
-// The colour at the centre of an icon: the test modules hold one red and one
-// blue icon, and icon handles say nothing about where an icon came from.
-std::string IconColor(HICON icon) {
-  if (icon == nullptr) return "none";
-  ICONINFO info = {};
-  if (!GetIconInfo(icon, &info)) return "bad icon";
-  BITMAP bitmap = {};
-  GetObjectW(info.hbmColor, sizeof(bitmap), &bitmap);
-  BITMAPINFO format = {};
-  format.bmiHeader.biSize = sizeof(format.bmiHeader);
-  format.bmiHeader.biWidth = bitmap.bmWidth;
-  format.bmiHeader.biHeight = bitmap.bmHeight;
-  format.bmiHeader.biPlanes = 1;
-  format.bmiHeader.biBitCount = 32;
-  std::vector<uint32_t> pixels(static_cast<size_t>(bitmap.bmWidth) * bitmap.bmHeight);
-  HDC screen = GetDC(nullptr);
-  GetDIBits(screen, info.hbmColor, 0, bitmap.bmHeight, pixels.data(), &format, DIB_RGB_COLORS);
-  ReleaseDC(nullptr, screen);
-  DeleteObject(info.hbmColor);
-  DeleteObject(info.hbmMask);
-  uint32_t centre = pixels.empty() ? 0 : pixels[pixels.size() / 2 + bitmap.bmWidth / 2] & 0xFFFFFF;
-  return centre == 0xFF0000 ? "red" : centre == 0x0000FF ? "blue" : "other";
-}
 
 }  // namespace
 
@@ -117,41 +91,6 @@ TEST_F(ResourceManagerTest, ScanWalksSubfoldersSkipsOtherExtensionsAndTheLaterFi
   Lines ids;
   Texts()->EnumerateStrings(CollectIds, &ids);
   EXPECT_TRUE(ids.empty());
-}
-
-TEST_F(ResourceManagerTest, IconsComeFromTheLanguageThenTheAdditionalThenTheCurrentModule) {
-  Load();
-  const DWORD dataOnly = LOAD_LIBRARY_AS_DATAFILE | LOAD_LIBRARY_AS_IMAGE_RESOURCE;
-  HMODULE red = LoadLibraryExW((ProgramFolder() + L"icons_red.dll").c_str(), nullptr, dataOnly);
-  HMODULE blue = LoadLibraryExW((ProgramFolder() + L"icons_blue.dll").c_str(), nullptr, dataOnly);
-  HMODULE plain = Plugin();  // holds no icon
-  ASSERT_NE(red, nullptr);
-  ASSERT_NE(blue, nullptr);
-  const wchar_t* id = MAKEINTRESOURCEW(kInstallerIconId);
-
-  struct Case {
-    HMODULE language, additional, current;
-    const char* expected;
-  } cases[] = {
-      {red, blue, plain, "red"},
-      {nullptr, blue, red, "blue"},
-      {plain, plain, blue, "blue"},
-      {plain, nullptr, nullptr, "none"},
-  };
-  VariableStore& store = VariableStore::Instance();
-  for (const Case& c : cases) {
-    store.Put("HMODULE_LangDll", reinterpret_cast<StoreValue>(c.language));
-    store.Put("HMODULE_AdditionalDll", reinterpret_cast<StoreValue>(c.additional));
-    store.Put("HMODULE_CurrentDll", reinterpret_cast<StoreValue>(c.current));
-    HICON icon = reinterpret_cast<HICON>(1);
-    bool found = Texts()->GetIcon(id, &icon);
-    EXPECT_EQ(IconColor(icon), c.expected);
-    EXPECT_EQ(found, icon != nullptr);
-    if (icon != nullptr) DestroyIcon(icon);
-  }
-  EXPECT_FALSE(Texts()->GetIcon(id, nullptr));
-  FreeLibrary(red);
-  FreeLibrary(blue);
 }
 
 TEST_F(ResourceManagerTest, AFileThatIsNoXmlIsLoggedWithoutFaultingAndTheOthersLoad) {

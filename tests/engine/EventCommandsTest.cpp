@@ -1,5 +1,4 @@
-// CreateEvent, SetEvent and WaitForHandle against real events: the script's own
-// way to make chains wait for each other.
+// Fault caught: chains of a script that wait for each other forever, or not at all (real events).
 #include "tests/support/PluginFixture.h"
 
 class EventCommandsTest : public PluginTest {

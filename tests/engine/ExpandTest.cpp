@@ -1,5 +1,4 @@
-// [name] expansion, the way every path and name of a script reaches the system:
-// a wrong expansion installs into the wrong place.
+// Fault caught: [name] expanded wrongly, so an install lands in the wrong place.
 #include <cstdlib>
 
 #include "engine/Expand.h"

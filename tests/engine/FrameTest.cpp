@@ -1,8 +1,4 @@
-// The frame of every exported command, once: its begin line, its end line with
-// the next index, whether it marks itself executed, whether a second thread is
-// turned away (and with which line), and whether it lets its lock go. A command
-// whose frame changes misleads every log reader and can hang or break a script
-// that runs it on two chains.
+// Fault caught: a command's frame (begin/end lines, next index, executed mark, guard, lock) changed; one row per export.
 #include <shlobj.h>
 
 #include <set>

@@ -1,5 +1,4 @@
-// The engine's store and its release at the end of a run: the place where all
-// commands meet, which many threads use at once.
+// Fault caught: the store, where all commands meet, loses values under threads or releases services in the wrong order.
 #include <thread>
 
 #include "host/Shutdown.h"

@@ -1,6 +1,4 @@
-// The base of every command: the next-index rule, the execution condition, the
-// error variable and required attributes. A fault here sends every script down
-// the wrong commands.
+// Fault caught: every script sent down the wrong commands (next index, condition, error variable, Load).
 #include "tests/support/PluginFixture.h"
 
 class InstallCommandTest : public PluginTest {};

@@ -1,6 +1,4 @@
-// The engine and the library call each other's objects through vtable slots by
-// number. Every interface is called here through raw slot indexes, as a host
-// built by another compiler would: a shifted slot calls the wrong operation.
+// Fault caught: a shifted vtable slot; every interface is called by raw slot index as a foreign host would.
 #include <cstdarg>
 #include <functional>
 

@@ -1,5 +1,4 @@
-// Fork, Join and Cancel on real threads, in the orders a script can bring them:
-// a fault here hangs an install or runs a chain twice.
+// Fault caught: an install that hangs, or a chain that runs twice or not at all (Fork, Join, Cancel on real threads).
 #include <algorithm>
 
 #include "engine/ThreadInfo.h"

@@ -1,6 +1,4 @@
-// CopyDir and CopyFile through the real library, with variables, existing files,
-// missing parents, and the copy made under the token of the running explorer.exe:
-// a fault here installs stale or missing files.
+// Fault caught: stale or missing installed files (CopyDir, CopyFile, also as the desktop user).
 #include "tests/files/FilesFixture.h"
 
 #include <tlhelp32.h>

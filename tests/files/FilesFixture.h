@@ -1,6 +1,4 @@
-// Shared set-up of the file command tests: a fresh folder under %TEMP% for each
-// test, known to scripts as [Work], removed afterwards with whatever the test
-// left on the pending rename list.
+// File tests' set-up: a fresh folder under %TEMP% per test, known as [Work], removed with its pending renames.
 #pragma once
 
 #include <memory>

@@ -1,9 +1,5 @@
-// The pending rename list end to end, so that what an uninstall queues really
-// goes at the next boot: one phase queues deletions through the
-// commands and takes some back off the list, the system restarts (wineboot -r),
-// and a second phase checks what went and what stayed. reboot-test.sh runs the
-// phases, in a prefix of their own so that the restart touches no other test; in
-// an ordinary run of this program the test is skipped.
+// Fault caught: what an uninstall queues does not go at the next boot. Run in two phases around a restart of a
+// prefix of its own by reboot-test.sh; skipped in an ordinary run.
 #include <fstream>
 
 #include "tests/support/PluginFixture.h"

@@ -1,6 +1,4 @@
-// CreateDir, DeleteFile and Rmdir on real files; files that resist deletion are
-// held by a child process, or are a copy of a program that is running. A fault
-// here leaves a product behind at uninstall, or deletes what it should keep.
+// Fault caught: a product left behind at uninstall, or kept files deleted (CreateDir, DeleteFile, Rmdir).
 #include "tests/files/FilesFixture.h"
 
 class RemoveCommandsTest : public FilesTest {};

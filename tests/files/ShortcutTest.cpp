@@ -1,5 +1,4 @@
-// Shortcut: links written through the real shell link object, then loaded back
-// and read. A fault here leaves the user without a working link to the product.
+// Fault caught: no working link to the product (links saved by the shell and loaded back).
 #include <objbase.h>
 #include <shlobj.h>
 

@@ -1,7 +1,4 @@
-// Unrar through the real plug-in and the real UnRAR library, on archives that rar
-// made before the run: whole trees in every packing, progress read by another
-// thread under the store lock, the library's failures, and cancelling. A fault
-// here installs a damaged product or shows a front end the wrong progress.
+// Fault caught: a damaged install or a lying progress (real archives, the real UnRAR library).
 #include <algorithm>
 #include <atomic>
 #include <thread>

@@ -1,5 +1,4 @@
-// WriteIEADS on real files: a missing mark lets a downloaded program run without
-// the system's warning. Wine keeps the stream as a file named "<file>:Zone.Identifier".
+// Fault caught: a downloaded program without its zone mark (Wine keeps the stream as a file "<file>:Zone.Identifier").
 #include "tests/files/FilesFixture.h"
 
 class WriteIEADSTest : public FilesTest {};

@@ -1,7 +1,4 @@
-// The reference engine end to end: a script with chains, events and presets runs
-// to its return code and leaves one merged log; broken scripts and bad command
-// lines end with their codes before anything runs. A wrong exit code misleads
-// every caller of the installer.
+// Fault caught: a wrong exit code of the engine, or a run that leaves more or less than one merged log.
 #include <shlobj.h>
 
 #include <algorithm>

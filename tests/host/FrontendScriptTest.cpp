@@ -1,5 +1,4 @@
-// The start-up guards and the command line in scripts run by the engine: a second
-// installer is refused with 183, and switches reach the script's conditions.
+// Fault caught: a second installer not refused with 183, or switches that do not reach the script.
 #include <thread>
 
 #include "tests/host/HostRun.h"

@@ -1,7 +1,4 @@
-// Runs the reference engine as users run it: Installer.exe as a child process
-// with real scripts written to a per-test folder, its output and exit code read.
-// These tests check exit codes and the system state a user sees; the exact log
-// lines are the plug-in tests' business.
+// Runs Installer.exe as users run it, with scripts in a per-test folder: exit codes and system state, not log lines.
 #pragma once
 
 #include "tests/support/Kit.h"

@@ -1,6 +1,4 @@
-// Languages end to end: the engine runs a script over a copy of the demo's
-// language folder, fetches the online language file and a package from the
-// tests' web server, switches language and prints the texts it then holds.
+// Fault caught: the engine cannot fetch a language from the web and switch to it.
 #include "tests/host/HostRun.h"
 
 namespace {

@@ -1,7 +1,4 @@
-// The registry commands end to end: an install script writes every value type,
-// reads values back and writes copies from them, and reaches every user hive;
-// an uninstall script removes what it made. The registry is read as a user's
-// programs would read it.
+// Fault caught: an install script's registry values not where a user's programs read them, or left at uninstall.
 #include "tests/host/HostRun.h"
 
 TEST_F(HostRunTest, RegistryScriptInstallsReadsBackAndUninstalls) {

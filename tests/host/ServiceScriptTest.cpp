@@ -1,6 +1,4 @@
-// Service commands in scripts run by the engine: a real service is created,
-// started, stopped and removed, and the script sees the outcome through
-// int_<var> and int_<errVar>, which later commands test with execCondition.
+// Fault caught: a script cannot create, start, stop and remove a real service, or see its failures.
 #include "tests/host/HostRun.h"
 
 TEST_F(HostRunTest, ServiceScriptCreatesStartsStopsAndRemovesAService) {

@@ -1,6 +1,4 @@
-// Unrar end to end: a script extracts an archive that rar made and shows its
-// progress to a later command; a missing archive ends the run with 15, and the
-// plug-in without the UnRAR library beside it with 126.
+// Fault caught: a script's archive extracted wrongly, or its failure not in the exit code.
 #include "tests/host/HostRun.h"
 
 TEST_F(HostRunTest, UnrarScriptExtractsExactlyAndEndsWithTheFailuresCode) {

@@ -1,7 +1,4 @@
-// Key addressing of the registry commands against Wine's real registry: base
-// names, the registry view each step asks for, the walk over the user hives and
-// the recursive delete. A fault here writes a product's settings where it never
-// reads them, or leaves keys behind at uninstall.
+// Fault caught: settings written where they are never read (wrong view, base or hive), or keys left at uninstall.
 #include "tests/registry/RegistryFixture.h"
 
 namespace {

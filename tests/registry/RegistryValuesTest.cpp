@@ -1,6 +1,4 @@
-// Reading and writing values with RegGetValue, RegKeyExists, RegSetValue and
-// VltRegSetLicense, against Wine's real registry: what an install reads back from
-// the registry decides its next steps, so a value stored or read wrongly misleads it.
+// Fault caught: a registry value stored or read back wrongly, which misleads the install's next steps.
 #include <algorithm>
 
 #include "tests/registry/RegistryFixture.h"

@@ -1,8 +1,4 @@
-// The service commands against real services of the test binary, which lingers
-// in its pending states or refuses to stop when its switches say so, so that the
-// wait loops meet real states: a fault here leaves the product's service
-// stopped, misconfigured or behind. The loops sleep a second between queries:
-// the timings below are checked with a wide margin.
+// Fault caught: the product's service stopped, misconfigured or left behind (real services; waits checked with margin).
 #include "tests/support/PluginFixture.h"
 
 class ServiceCommandsTest : public PluginTest {

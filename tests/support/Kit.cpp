@@ -412,7 +412,7 @@ void RemoveTestService(const std::wstring& name) {
     }
     if (status.dwCurrentState == SERVICE_RUNNING || status.dwCurrentState == SERVICE_PAUSED) {
       SERVICE_STATUS reply = {};
-      ControlService(service.handle, kTestServiceEnd, &reply);
+      ControlService(service.handle, 200, &reply);
     }
     Sleep(50);
   }

@@ -1,6 +1,5 @@
-// The test kit for every test program, with or without the plug-in: text
-// conversion, files and temporary folders, child processes, raw slot calls, the
-// pending rename list, the registry, real services and the RAR fixtures.
+// The test kit of every test program: text, files and temporary folders, child processes, raw slot calls,
+// the pending rename list, the registry, real services and the RAR fixtures.
 #pragma once
 
 #include <windows.h>
@@ -12,7 +11,7 @@
 #include <utility>
 #include <vector>
 
-// UTF-8 and back. Every test text that meets a narrow string goes through these.
+// UTF-8 and back.
 std::string Narrow(const std::wstring& text);
 std::wstring Widen(const std::string& text);
 
@@ -34,7 +33,7 @@ size_t CountFiles(const std::wstring& root);
 // Empty when both trees hold the same names and bytes, otherwise what differs.
 std::string CompareTrees(const std::wstring& expected, const std::wstring& actual);
 
-// A child process with its output in files (children Wine starts may hold pipes).
+// A child process, at most timeoutMs, its output through files (children Wine starts may hold pipes).
 struct ProcessResult {
   DWORD exitCode = ~0u;
   std::string out, err;
@@ -48,8 +47,7 @@ R CallSlot(void* object, int slot, A... args) {
   return reinterpret_cast<Fn>((*reinterpret_cast<void***>(object))[slot])(object, args...);
 }
 
-// The system's pending rename list: (source "\??\C:\...", target; "" deletes,
-// "!"-prefixed replaces).
+// The pending rename list: (source "\??\C:\...", target: "" deletes, "!"-prefixed replaces).
 typedef std::pair<std::wstring, std::wstring> PendingRename;
 std::vector<PendingRename> PendingRenames();
 // An empty list removes the value (Wine mis-appends to a value of no data).
@@ -60,8 +58,7 @@ void ForgetPendingRenames(const std::wstring& path);
 // Where DeleteFile moved a file aside, from its "MoveFile <a> to <b> res" line.
 std::wstring MovedTo(const std::wstring& log);
 
-// A file_holder.exe child: keeps a file open without delete sharing, or runs as a
-// copied image that is then in use. Ended when destroyed.
+// A file_holder.exe child: keeps a file open without delete sharing, or runs as a copied image in use.
 class FileHolder {
  public:
   ~FileHolder();
@@ -83,8 +80,7 @@ bool KeyExists(HKEY root, const std::wstring& path, REGSAM view = 0);
 void WriteValue(HKEY root, const std::wstring& path, const wchar_t* name, DWORD type, const void* data, DWORD size);
 std::vector<BYTE> Bytes(const void* data, size_t size);
 
-// Real services of tests\services\TestService.exe. Switches in its binary path:
-// /startpending=<ms>, /stoppending=<ms>, /nostop, /paused.
+// Real services of tests\services\TestService.exe (switches: see TestService.cpp).
 std::wstring TestServiceBinary();
 std::wstring TestServicePath(const std::wstring& switches);
 bool InstallServiceWithPath(const std::wstring& name, const std::wstring& binaryPath);
@@ -94,10 +90,8 @@ DWORD ServiceState(const std::wstring& name);  // 0 when it cannot be queried
 bool WaitForServiceState(const std::wstring& name, DWORD state, DWORD timeoutMs = 10000);
 DWORD SendServiceControl(const std::wstring& name, DWORD control);
 DWORD StartTestService(const std::wstring& name);
-// Ends the service whatever it does and deletes it.
+// Ends the service whatever it does (user control 200 ends one that refuses to stop) and deletes it.
 void RemoveTestService(const std::wstring& name);
-// The user control that ends the test service even when it refuses to stop.
-const DWORD kTestServiceEnd = 200;
 
 // The RAR archives make-unrar-archives.sh made before the run.
 std::wstring Archive(const wchar_t* name);
