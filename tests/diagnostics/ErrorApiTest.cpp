@@ -57,14 +57,3 @@ TEST(ErrorApiTest, SizeTestHasItsTwoOddEndsAndAFatalOne) {
   size = n + 1;
   EXPECT_EXIT(errors.GetErrors(buffer, &size), ::testing::ExitedWithCode(static_cast<int>(0xC0000409)), "");
 }
-
-TEST(ErrorApiTest, ManyLinesGrowTheTextAndAllAreKept) {
-  CErrorApi errors;
-  std::wstring expected;
-  for (int i = 0; i < 12; ++i) {
-    std::wstring message(700 + i, static_cast<wchar_t>(L'a' + i));
-    Report(&errors, 1, L"s", L"%s", message.c_str());
-    expected += L"Error: 0x1|s|" + message + L"\n";
-  }
-  EXPECT_EQ(Fetch(&errors), expected);
-}

@@ -34,7 +34,6 @@ class UnrarTest : public PluginTest {
   struct Progress {
     std::vector<int32_t> percents;
     std::vector<std::wstring> names;
-    std::vector<DWORD> times;
     std::string faults;
   };
   Progress Watch(const std::wstring& archive, const wchar_t* refresh) {
@@ -56,7 +55,6 @@ class UnrarTest : public PluginTest {
           if (text == nullptr) seen.faults += " a percentage without a file name;";
           seen.percents.push_back(lastPercent = percent);
           seen.names.push_back(lastName = name);
-          seen.times.push_back(GetTickCount());
         }
         LeaveCriticalSection(&storeLock_);
         Sleep(1);
@@ -105,13 +103,6 @@ TEST_F(UnrarTest, ProgressIsAPairReadUnderTheLockThatOnlyGrows) {
   }
   EXPECT_EQ(TextOf("String_Unpack"), seen.names.back()) << "the last pair stays in the store";
   EXPECT_EQ(static_cast<int32_t>(Get("int_Unpack")), seen.percents.back());
-
-  // 400 files take well over a second: at 100 ms, never two updates within the interval.
-  DWORD start = GetTickCount();
-  seen = Watch(Archive(L"many.rar"), L"100");
-  EXPECT_EQ(CountFiles(target_), 400u);
-  EXPECT_LE(seen.percents.size(), (GetTickCount() - start) / 100 + 1);
-  for (size_t i = 1; i < seen.times.size(); ++i) EXPECT_GE(seen.times[i] - seen.times[i - 1], 80u) << i;
 
   // Without progressVar nothing is published, under no name at all.
   size_t before = VariableStore::Instance().Entries("").size();

@@ -174,15 +174,6 @@ TEST_F(RegistryTest, HiveWalkSkipsOnlyServiceAccountsGoesOnPastAClosedHiveAndRep
   EXPECT_FALSE(KeyExists(HKEY_CURRENT_USER, users + L"\\S-1-5-21-1-2-3-1003\\Software\\Probe"));
 }
 
-TEST_F(RegistryTest, WalkThatFindsNoHiveActsOnHkeyUsersItself) {
-  std::wstring users = RedirectUsers({}, {});
-  size_t mark = log_->Mark();
-  RunElement(L"<RegCreateKey index='2' base='ALL_USERS' subkey='Made'/>");
-  EXPECT_EQ(log_->Work(mark), (Lines{L"2: RegCreateKey 'Made' volatile=0 Begin.\n",
-                                     L"2: RegCreateKey Writing to key root ''.\n"}));
-  EXPECT_TRUE(KeyExists(HKEY_CURRENT_USER, users + L"\\Made"));
-}
-
 TEST_F(RegistryTest, RecursiveDeleteRemovesADeepTreeInTheSystemViewAndReportsWhatStays) {
   std::wstring tree = key_ + L"\\Tree", path = tree;
   for (int level = 0; level < 12; ++level) {

@@ -135,8 +135,7 @@ DWORD WINAPI RunExecuteJob(LPVOID parameter) {
 
 HANDLE PluginTest::StartExecute(CInstallCommand* command) {
   // The job is left to the thread; it is small and tests are short.
-  auto* job = new ExecuteJob{command, cancel_, &storeLock_, -1};
-  HANDLE worker = CreateThread(nullptr, 0, RunExecuteJob, job, 0, nullptr);
+  HANDLE worker = CreateThread(nullptr, 0, RunExecuteJob, new ExecuteJob{command, cancel_, &storeLock_, -1}, 0, nullptr);
   HANDLE copy = nullptr;
   DuplicateHandle(GetCurrentProcess(), worker, GetCurrentProcess(), &copy, 0, FALSE, DUPLICATE_SAME_ACCESS);
   workers_.push_back(copy);
@@ -145,15 +144,14 @@ HANDLE PluginTest::StartExecute(CInstallCommand* command) {
 
 int32_t PluginTest::Run(CInstallCommand* command, DWORD timeoutMs) {
   // The job outlives a timed-out wait: the thread still writes into it.
-  auto* job = new ExecuteJob{command, cancel_, &storeLock_, -1};
+  ExecuteJob* job = new ExecuteJob{command, cancel_, &storeLock_, -1};
   HANDLE worker = CreateThread(nullptr, 0, RunExecuteJob, job, 0, &worker_);
+  workers_.push_back(worker);
   if (WaitForSingleObject(worker, timeoutMs) != WAIT_OBJECT_0) {
     ADD_FAILURE() << "the command did not end within " << timeoutMs << " ms";
     SetEvent(cancel_);
-    workers_.push_back(worker);
     return -1;
   }
-  CloseHandle(worker);
   int32_t status = job->status;
   delete job;
   return status;
