@@ -1,32 +1,8 @@
 #include "tests/diagnostics/LanguageFixture.h"
 
-#include <fstream>
-#include <iterator>
-
 #include "host/Downloader.h"
-#include "host/VariableStore.h"
 
 namespace {
-
-void RemoveTree(const std::wstring& folder) {
-  if (folder.empty()) return;  // "*" alone would name the current folder
-  WIN32_FIND_DATAW entry;
-  HANDLE search = FindFirstFileW((folder + L"*").c_str(), &entry);
-  if (search != INVALID_HANDLE_VALUE) {
-    do {
-      std::wstring name = entry.cFileName;
-      if (name == L"." || name == L"..") continue;
-      if (entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) {
-        RemoveTree(folder + name + L"\\");
-      } else {
-        SetFileAttributesW((folder + name).c_str(), FILE_ATTRIBUTE_NORMAL);
-        DeleteFileW((folder + name).c_str());
-      }
-    } while (FindNextFileW(search, &entry));
-    FindClose(search);
-  }
-  RemoveDirectoryW(folder.c_str());
-}
 
 int ServerPort() {
   std::string text = ReadAll(ProgramFolder() + L"..\\http.port");
@@ -43,26 +19,6 @@ DWORD WINAPI RunBoundedJob(LPVOID parameter) {
 }
 
 }  // namespace
-
-std::wstring ProgramFolder() {
-  wchar_t path[MAX_PATH] = {};
-  GetModuleFileNameW(nullptr, path, MAX_PATH);
-  std::wstring folder(path);
-  return folder.substr(0, folder.find_last_of(L'\\') + 1);
-}
-
-void WriteUtf8(const std::wstring& path, const std::string& text) {
-  std::ofstream(path.c_str(), std::ios::binary) << text;
-}
-
-std::string ReadAll(const std::wstring& path) {
-  std::ifstream file(path.c_str(), std::ios::binary);
-  return std::string(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
-}
-
-bool FileExists(const std::wstring& path) { return GetFileAttributesW(path.c_str()) != INVALID_FILE_ATTRIBUTES; }
-
-std::wstring Narrow(const std::string& text) { return std::wstring(text.begin(), text.end()); }
 
 std::string Xliff(const std::string& units) {
   return "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n"
@@ -98,7 +54,7 @@ void LanguageTest::SetUp() {
   CreateDirectoryW(work.c_str(), nullptr);
   const ::testing::TestInfo* test = ::testing::UnitTest::GetInstance()->current_test_info();
   std::string name = test->name();
-  std::wstring folder = work + Narrow(name) + L"\\";
+  std::wstring folder = work + Widen(name) + L"\\";
   CreateDirectoryW(folder.c_str(), nullptr);
   lang_ = folder + L"lang\\";
   server_ = folder + L"server\\";
@@ -106,7 +62,7 @@ void LanguageTest::SetUp() {
   CreateDirectoryW(server_.c_str(), nullptr);
   int port = ServerPort();
   if (port > 0) {
-    serverUrl_ = L"http://127.0.0.1:" + std::to_wstring(port) + L"/language_tests/work/" + Narrow(name) + L"/server/";
+    serverUrl_ = L"http://127.0.0.1:" + std::to_wstring(port) + L"/language_tests/work/" + Widen(name) + L"/server/";
   }
   VariableStore::Instance().Put("SelfFree_DownloaderApi", reinterpret_cast<StoreValue>(new CDownloaderApi()));
 }
@@ -115,15 +71,11 @@ void LanguageTest::CopyPackage(const wchar_t* code, const std::wstring& folder, 
   std::wstring demo = ProgramFolder() + L"..\\..\\demo\\";
   std::wstring file = std::wstring(L"lang-") + code + L".exe";
   std::wstring source = demo + L"lang\\" + file;
-  if (!FileExists(source)) source = demo + L"online\\" + file;
+  if (!Exists(source)) source = demo + L"online\\" + file;
   std::wstring target = folder + (name.empty() ? file : name);
   ASSERT_TRUE(CopyFileW(source.c_str(), target.c_str(), FALSE))
-      << "no package " << std::string(file.begin(), file.end());
-  if (FileExists(source + L".md5")) CopyFileW((source + L".md5").c_str(), (target + L".md5").c_str(), FALSE);
-}
-
-void LanguageTest::PutText(const char* name, const wchar_t* value) {
-  VariableStore::Instance().Put(name, reinterpret_cast<StoreValue>(MakeString(value)));
+      << "no package " << Narrow(file);
+  if (Exists(source + L".md5")) CopyFileW((source + L".md5").c_str(), (target + L".md5").c_str(), FALSE);
 }
 
 IMultiLanguageApi* LanguageTest::Languages() {
@@ -142,10 +94,8 @@ std::wstring LanguageTest::Text(const wchar_t* id) {
   return buffer;
 }
 
-void LanguageTest::Run(const std::wstring& elementXml) {
+void LanguageTest::RunElement(const std::wstring& elementXml) {
   CInstallCommand* command = Add(elementXml);
   ASSERT_NE(command, nullptr);
-  int32_t status = -1;
-  ASSERT_TRUE(ExecuteOnThread(command, &status, 20000));
-  EXPECT_EQ(status, 0);
+  EXPECT_EQ(Run(command), 0);
 }

@@ -1,11 +1,5 @@
-// Shared set-up of the language tests: a fresh folder per test under the test
-// program's own work\ folder, served by the tests' web server on 127.0.0.1 (see
-// tests/http-server.sh), the demo's language packages, and the engine's real
-// downloader published as SelfFree_DownloaderApi.
-//
-// The work folder is emptied when the program starts, not after each test: the
-// resource manager's scans leave their search handles open, and Wine does not
-// remove a folder that a search still holds.
+// Language tests' set-up: a folder per test under work\ (emptied once per run: scans keep their search
+// handles open), served by the web server on 127.0.0.1, and the engine's downloader.
 #pragma once
 
 #include <windows.h>
@@ -17,12 +11,6 @@
 #include "engine/interfaces/ResourceManager.h"
 #include "tests/support/PluginFixture.h"
 
-// The folder of the test program, with a trailing backslash.
-std::wstring ProgramFolder();
-void WriteUtf8(const std::wstring& path, const std::string& text);
-std::string ReadAll(const std::wstring& path);
-bool FileExists(const std::wstring& path);
-std::wstring Narrow(const std::string& text);  // ASCII to wide, for messages
 // An XLIFF document with the xlf prefix around units (trans-unit elements).
 std::string Xliff(const std::string& units);
 // A language file around the language elements.
@@ -45,10 +33,9 @@ class LanguageTest : public PluginTest {
   // Copies the demo's package of code (lang-en-US.exe, lang-de-DE.exe) into
   // folder, under name when given; with its checksum file if it has one.
   void CopyPackage(const wchar_t* code, const std::wstring& folder, const std::wstring& name = L"");
-  void PutText(const char* name, const wchar_t* value);
   IMultiLanguageApi* Languages();
   IResourceManager* Texts();
   std::wstring Text(const wchar_t* id);
-  // Runs a command through the library (index 1, next 0) and expects status 0.
-  void Run(const std::wstring& elementXml);
+  // Runs a command through the library and expects status 0.
+  void RunElement(const std::wstring& elementXml);
 };

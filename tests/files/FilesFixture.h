@@ -1,34 +1,38 @@
-// Shared set-up of the file command tests: a fresh folder under %TEMP% for each
-// test, removed with all it holds afterwards, and with it whatever the test left
-// on the pending rename list.
+// File tests' set-up: a fresh folder under %TEMP% per test, known as [Work], removed with its pending renames.
 #pragma once
 
-#include <windows.h>
-
 #include <memory>
-#include <string>
-#include <vector>
 
-#include "tests/files/FileHelpers.h"
 #include "tests/support/PluginFixture.h"
 
 class FilesTest : public PluginTest {
  protected:
-  void SetUp() override;
-  void TearDown() override;
-  // A String_ variable for [name] expansion.
-  void SetString(const char* name, const std::wstring& value);
-  void SetInt(const char* name, int64_t value);
-  // folder_ + relative.
+  void SetUp() override {
+    PluginTest::SetUp();
+    StoreText("String_Work", folder_);
+    // A run that stopped inside a test may have left the list as a value of no
+    // data, which Wine's MoveFileExW then appends to wrongly.
+    if (PendingRenames().empty()) SetPendingRenames({});
+  }
+  void TearDown() override {
+    holders_.clear();
+    ForgetPendingRenames(folder_);
+    for (const std::wstring& stray : strays_) {
+      ForgetPendingRenames(stray);
+      SetFileAttributesW(stray.c_str(), FILE_ATTRIBUTE_NORMAL);
+      DeleteFileW(stray.c_str());
+    }
+    RemoveTree(folder_);
+    PluginTest::TearDown();
+  }
   std::wstring At(const std::wstring& relative) const { return folder_ + relative; }
-  int32_t Run(CInstallCommand* command) { return command->Execute(INVALID_HANDLE_VALUE, &storeLock_); }
-  // All lines logged so far, joined.
-  std::wstring LogText();
+  std::wstring LogText() {
+    std::wstring text;
+    for (const std::wstring& line : log_->Since()) text += line;
+    return text;
+  }
 
-  // The test's folder, with a trailing backslash.
-  std::wstring folder_;
-  // Files outside folder_ that the test made and that go at the end.
-  std::vector<std::wstring> strays_;
-  // Children are ended before the folder is removed.
+  std::wstring folder_ = NewTempFolder(L"files");
+  std::vector<std::wstring> strays_;  // files outside folder_ the test made
   std::vector<std::unique_ptr<FileHolder>> holders_;
 };

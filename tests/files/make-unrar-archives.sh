@@ -1,19 +1,7 @@
 #!/usr/bin/env bash
-# Makes the RAR archives the Unrar tests extract, with Debian's rar, into <dir>:
-#
-#   tree/           the files packed by compressed, stored and solid, to compare with
-#   compressed.rar  tree, normal compression     stored.rar  tree, no compression
-#   solid.rar       tree, solid, best compression
-#   zeros.rar       zero-length files only        empty.rar   no entries at all
-#   encrypted.rar   file data under a password    unsafe.rar  an entry named ../escape.txt
-#   block.rar       first.txt, block/inner.txt, last.txt, in that order
-#   corrupt.rar     stored good.txt, bad.txt, after.txt; one data byte of bad.txt flipped
-#   badheader.rar   stored good.txt, after.txt; one byte of after.txt's header flipped
-#   truncated.rar   compressed.rar cut in the middle of its data
-#   many.rar        400 small files, for cancelling
-#   single.rar      one file, payload.bin
-#   big.rar         small.bin (1 KiB), then huge.bin (4 GiB + 1 KiB of zeros); kept
-#                   from run to run, as packing 4 GiB takes rar a while
+# Makes the RAR archives the Unrar tests extract, with Debian's rar, into <dir>: tree/ and its packings
+# (compressed, stored, solid), zeros, empty, encrypted, unsafe (../escape.txt), block, corrupt, badheader,
+# truncated, many (400 files), single and big (1 KiB then 4 GiB + 1 KiB; kept between runs, packing is slow).
 set -euo pipefail
 out=${1:?usage: make-unrar-archives.sh <dir>}
 if [ -f "$out/big.rar" ]; then mv "$out/big.rar" "$out.big.rar"; fi

@@ -1,26 +1,5 @@
-// The file commands in a script run by the engine, as users run them: a tree is
-// copied, folders are made and removed, a program in use is deleted through the
-// pending rename list, an entry is taken back off that list, and three shortcuts
-// and a zone mark are written.
-#include <windows.h>
-#include <objbase.h>
-#include <shlobj.h>
-
-#include <memory>
-
-#include "tests/files/FileHelpers.h"
+// Fault caught: a file script that leaves the wrong files, links or pending renames behind.
 #include "tests/host/HostRun.h"
-
-namespace {
-
-std::string Narrow(const std::wstring& text) {
-  int bytes = WideCharToMultiByte(CP_UTF8, 0, text.c_str(), -1, nullptr, 0, nullptr, nullptr);
-  std::string narrow(bytes > 0 ? bytes - 1 : 0, '\0');
-  if (bytes > 1) WideCharToMultiByte(CP_UTF8, 0, text.c_str(), -1, &narrow[0], bytes, nullptr, nullptr);
-  return narrow;
-}
-
-}  // namespace
 
 class FilesScriptTest : public HostRunTest {
  protected:
@@ -31,7 +10,6 @@ class FilesScriptTest : public HostRunTest {
       ForgetPendingRenames(moved_);
       DeleteFileW(moved_.c_str());
     }
-    RemoveTree(folder_);
     HostRunTest::TearDown();
   }
   std::wstring At(const std::wstring& relative) const { return folder_ + relative; }
@@ -40,16 +18,11 @@ class FilesScriptTest : public HostRunTest {
   std::wstring moved_;
 };
 
-TEST_F(FilesScriptTest, ScriptCopiesMakesRemovesDefersAndLinks) {
-  WriteAll(At(L"src\\a.txt"), "a");
-  WriteAll(At(L"src\\sub\\b.txt"), "b");
-  WriteAll(At(L"old\\x.txt"), "x");
-  WriteAll(At(L"old\\y\\z.txt"), "z");
-  WriteAll(At(L"undo\\u.txt"), "u");
-  WriteAll(At(L"tool.exe"), "MZ");
-  CreateDirectoryW(At(L"desktop").c_str(), nullptr);
-  CreateDirectoryW(At(L"programs").c_str(), nullptr);
-  CreateDirectoryW(At(L"links").c_str(), nullptr);
+TEST_F(FilesScriptTest, ScriptCopiesMakesRemovesDefersAndLinksAndAnOverrunEndsIt) {
+  for (const wchar_t* file : {L"src\\a.txt", L"src\\sub\\b.txt", L"old\\y\\z.txt", L"undo\\u.txt", L"tool.exe",
+                              L"desktop\\x", L"programs\\x", L"links\\x"}) {
+    WriteAll(At(file), "MZ");
+  }
   ASSERT_TRUE(CopyFileW(FileHolder::ProgramPath().c_str(), At(L"app.exe").c_str(), FALSE));
   holder_ = FileHolder::Run(At(L"app.exe"));
 
@@ -73,31 +46,11 @@ TEST_F(FilesScriptTest, ScriptCopiesMakesRemovesDefersAndLinks) {
     <WriteIEADS index="8" pathFile="[Work]tool.exe" next="0"/>
   </commands>
 </install>)");
-  RunResult run = RunInstaller(L"/trace " + script);
+  ProcessResult run = RunInstaller(L"/trace " + script);
   EXPECT_EQ(run.exitCode, 0u) << run.err;
-  moved_ = MovedTo(std::wstring(run.err.begin(), run.err.end()));
+  moved_ = MovedTo(Widen(run.err));
 
-  // The trace, in order where the commands log in order.
-  std::string expected[] = {
-      "Executing CopyDir command\nRough source dir: [Work]src\\\nRough destination dir: [Work]copy\\\n"
-      "Preparing to copy directory " + work + "src\\ to " + work + "copy\\\nFinished copying directory\n",
-      "2: CreateDir Begin execute.\n[InstallCommand] Warning: GetNextIndex called before Execute\n"
-      "2: CreateDir End execute. Next command 3.\n",
-      "3: Rmdir Begin, Path='[Work]old'.\n3: Rmdir Begin, Path='" + work + "old'.\n3: Rmdir Begin, Path='" + work +
-          "old'.\n3: Rmdir End execute. Next command 4.\n",
-      "Preparing to delete file " + work + "app.exe \nDeleteFile error: 5\nCDeleteFileCommand MoveFile " + work +
-          "app.exe to ",
-      " res = 1\nCDeleteFileCommand MoveFileEx 1\nFinished delete file\n",
-      "6: UndoMoveFileEx Begin execute.\n6: UndoMoveFileEx End execute. Next command 7.\n",
-      "7: Shortcut Begin execute.\n",
-      "Shortcut Demo.lnk was created succesufully\n[InstallCommand] Warning: GetNextIndex called before Execute\n"
-      "7: Shortcut End execute. Next command 8.\n",
-      "8: Write IE ADS for " + work +
-          "tool.exe\n8: WriteIEADS End execute. Next command 0.\n[Main] Reached end command.\n"};
-  for (const std::string& part : expected) EXPECT_TRUE(Has(run.err, part)) << part << "\n---\n" << run.err;
-
-  EXPECT_EQ(ReadAll(At(L"copy\\a.txt")), "a");
-  EXPECT_EQ(ReadAll(At(L"copy\\sub\\b.txt")), "b");
+  EXPECT_EQ(CompareTrees(At(L"src"), At(L"copy")), "");
   EXPECT_TRUE(Exists(At(L"made\\deep")));
   EXPECT_FALSE(Exists(At(L"old")));
   EXPECT_FALSE(Exists(At(L"app.exe")));
@@ -110,19 +63,15 @@ TEST_F(FilesScriptTest, ScriptCopiesMakesRemovesDefersAndLinks) {
   EXPECT_TRUE(Exists(At(L"links\\Demo.lnk")));
   EXPECT_EQ(ReadAll(At(L"tool.exe:Zone.Identifier")), std::string("[ZoneTransfer]\r\nZoneId=3\0", 25));
   EXPECT_EQ(ReadAll(At(L"tool.exe")), "MZ");
-}
 
-TEST_F(FilesScriptTest, PathTooLongForItsBufferEndsTheRun) {
   // 250 characters of path leave no room for ":Zone.Identifier" in 260: a fatal
   // overrun, the same under Wine as on Windows, and nothing after it runs.
   std::string name(250 - folder_.size(), 'n');
-  std::wstring script = Script(R"(<install><commands>
+  script = Script(R"(<install><commands>
     <WriteIEADS index="1" pathFile=")" + Narrow(folder_) + name + R"("/>
     <CreateDir index="2" path=")" + Narrow(folder_) + R"(after" next="0"/>
   </commands></install>)");
-  RunResult run = RunInstaller(L"/trace " + script);
+  run = RunInstaller(L"/trace " + script);
   EXPECT_EQ(run.exitCode, 0xC0000409u) << run.err;
-  EXPECT_TRUE(Has(run.err, "1: Write IE ADS for ")) << run.err;
-  EXPECT_FALSE(Has(run.err, "2: CreateDir")) << run.err;
   EXPECT_FALSE(Exists(At(L"after")));
 }

@@ -1,18 +1,15 @@
 #include "tests/registry/RegistryFixture.h"
 
-#include <algorithm>
 #include <cstring>
 #include <mutex>
 
 #include "host/MultiStrings.h"
-#include "host/VariableStore.h"
 
 namespace {
 
 typedef LONG(WINAPI* OpenFn)(HKEY, LPCWSTR, DWORD, REGSAM, PHKEY);
 typedef LONG(WINAPI* CreateFn)(HKEY, LPCWSTR, DWORD, LPWSTR, DWORD, REGSAM, LPSECURITY_ATTRIBUTES, PHKEY, LPDWORD);
 typedef LONG(WINAPI* CloseFn)(HKEY);
-typedef LONG(WINAPI* DeleteFn)(HKEY, LPCWSTR);
 typedef LONG(WINAPI* DeleteExFn)(HKEY, LPCWSTR, REGSAM, DWORD);
 typedef FARPROC(WINAPI* LookupFn)(HMODULE, LPCSTR);
 typedef LONG(NTAPI* NtDeleteKeyFn)(HANDLE);
@@ -20,7 +17,6 @@ typedef LONG(NTAPI* NtDeleteKeyFn)(HANDLE);
 OpenFn g_open = nullptr;
 CreateFn g_create = nullptr;
 CloseFn g_close = nullptr;
-DeleteFn g_delete = nullptr;
 DeleteExFn g_deleteEx = nullptr;
 LookupFn g_lookup = nullptr;
 
@@ -49,12 +45,6 @@ LONG WINAPI RecordCreate(HKEY parent, LPCWSTR path, DWORD reserved, LPWSTR keyCl
 LONG WINAPI RecordClose(HKEY key) {
   LONG status = g_close(key);
   Note({L"RegCloseKey", nullptr, L"", 0, 0, key, status});
-  return status;
-}
-
-LONG WINAPI RecordDelete(HKEY parent, LPCWSTR path) {
-  LONG status = g_delete(parent, path);
-  Note({L"RegDeleteKeyW", parent, path, 0, 0, nullptr, status});
   return status;
 }
 
@@ -119,28 +109,27 @@ void RegistryCalls::Start() {
     PatchImport<OpenFn>(plugin, "ADVAPI32.dll", "RegOpenKeyExW", RecordOpen, &g_open);
     PatchImport<CreateFn>(plugin, "ADVAPI32.dll", "RegCreateKeyExW", RecordCreate, &g_create);
     PatchImport<CloseFn>(plugin, "ADVAPI32.dll", "RegCloseKey", RecordClose, &g_close);
-    PatchImport<DeleteFn>(plugin, "ADVAPI32.dll", "RegDeleteKeyW", RecordDelete, &g_delete);
     PatchImport<LookupFn>(plugin, "KERNEL32.dll", "GetProcAddress", RecordLookup, &g_lookup);
   }
   std::lock_guard<std::mutex> hold(g_callsLock);
   g_calls.clear();
 }
 
-std::vector<RegCall> RegistryCalls::All() {
-  std::lock_guard<std::mutex> hold(g_callsLock);
-  return g_calls;
-}
-
 std::vector<RegCall> RegistryCalls::Of(const wchar_t* function) {
   std::vector<RegCall> found;
-  for (const RegCall& call : All()) {
+  std::lock_guard<std::mutex> hold(g_callsLock);
+  for (const RegCall& call : g_calls) {
     if (call.function == function) found.push_back(call);
   }
   return found;
 }
 
 size_t RegistryCalls::UnclosedHives() {
-  std::vector<RegCall> calls = All();
+  std::vector<RegCall> calls;
+  {
+    std::lock_guard<std::mutex> hold(g_callsLock);
+    calls = g_calls;
+  }
   size_t unclosed = 0;
   for (size_t i = 0; i < calls.size(); ++i) {
     if (calls[i].function != L"RegOpenKeyExW" || calls[i].parent != HKEY_USERS || calls[i].result == nullptr) continue;
@@ -158,13 +147,11 @@ size_t RegistryCalls::UnclosedHives() {
 }
 
 std::wstring AsWidePrinted(const std::string& narrow) {
-  std::string bytes = narrow;
-  bytes.append(4, '\0');
+  std::string bytes = narrow + std::string(4, '\0');
   std::wstring printed;
-  for (size_t i = 0; i + 1 < bytes.size(); i += 2) {
-    wchar_t c = static_cast<wchar_t>(static_cast<unsigned char>(bytes[i]) | static_cast<unsigned char>(bytes[i + 1]) << 8);
-    if (c == 0) break;
-    printed.push_back(c);
+  for (size_t i = 0; i + 1 < bytes.size() && (bytes[i] != 0 || bytes[i + 1] != 0); i += 2) {
+    printed.push_back(static_cast<wchar_t>(static_cast<unsigned char>(bytes[i]) |
+                                           static_cast<unsigned char>(bytes[i + 1]) << 8));
   }
   return printed;
 }
@@ -182,79 +169,9 @@ void RegistryTest::TearDown() {
   RegDeleteTreeW(HKEY_CURRENT_USER, key_.c_str());
   RegDeleteTreeW(HKEY_LOCAL_MACHINE, key_.c_str());
   RegDeleteTreeW(HKEY_LOCAL_MACHINE, (L"Software\\Wow6432Node\\" + key_.substr(9)).c_str());
-  wchar_t hive[256];
-  for (DWORD i = 0;; ++i) {
-    DWORD size = 256;
-    if (RegEnumKeyExW(HKEY_USERS, i, hive, &size, nullptr, nullptr, nullptr, nullptr) != 0) break;
-    RegDeleteTreeW(HKEY_USERS, (std::wstring(hive) + L"\\" + key_).c_str());
-  }
+  for (const std::wstring& hive : UserHives()) RegDeleteTreeW(HKEY_USERS, (hive + L"\\" + key_).c_str());
   EXPECT_FALSE(KeyExists(HKEY_CURRENT_USER, key_)) << "test key left behind";
   PluginTest::TearDown();
-}
-
-CInstallCommand* RegistryTest::Make(const std::wstring& elementXml) {
-  int32_t status = -1;
-  CInstallCommand* command = CreateCommand(elementXml, &status);
-  EXPECT_NE(command, nullptr) << std::string(elementXml.begin(), elementXml.end());
-  EXPECT_EQ(status, 0) << std::string(elementXml.begin(), elementXml.end());
-  if (command == nullptr) return nullptr;
-  // The map owns the commands; one without an index of its own gets a free one.
-  if (command->GetIndex() == -1) command->SetIndex(1000 + static_cast<int32_t>(commands_->size()));
-  (*commands_)[command->GetIndex()] = command;
-  return command;
-}
-
-void RegistryTest::RunElement(const std::wstring& elementXml) {
-  CInstallCommand* command = Make(elementXml);
-  ASSERT_NE(command, nullptr);
-  EXPECT_EQ(Run(command), 0);
-}
-
-std::wstring RegistryTest::Hklm(const std::wstring& below) const {
-  return L"base='HKEY_LOCAL_MACHINE' subkey='" + key_ + (below.empty() ? L"" : L"\\" + below) + L"'";
-}
-
-void RegistryTest::SetX64(int value) { VariableStore::Instance().Put("int_x64", static_cast<StoreValue>(value)); }
-
-std::vector<std::wstring> RegistryTest::NewLines() {
-  std::vector<std::wstring> lines = log_->Lines();
-  return std::vector<std::wstring>(lines.begin() + std::min(seenLines_, lines.size()), lines.end());
-}
-
-void RegistryTest::WriteValue(HKEY root, const std::wstring& path, const wchar_t* name, DWORD type, const void* data,
-                              DWORD size) {
-  HKEY key = nullptr;
-  ASSERT_EQ(RegCreateKeyExW(root, path.c_str(), 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, &key, nullptr), 0);
-  EXPECT_EQ(RegSetValueExW(key, name, 0, type, static_cast<const BYTE*>(data), size), 0);
-  RegCloseKey(key);
-}
-
-void RegistryTest::WriteText(HKEY root, const std::wstring& path, const wchar_t* name, const std::wstring& text) {
-  WriteValue(root, path, name, REG_SZ, text.c_str(), static_cast<DWORD>((text.size() + 1) * sizeof(wchar_t)));
-}
-
-LONG RegistryTest::ReadValue(HKEY root, const std::wstring& path, const wchar_t* name, REGSAM view, DWORD* type,
-                             std::vector<BYTE>* data) {
-  *type = REG_NONE;
-  HKEY key = nullptr;
-  LONG status = RegOpenKeyExW(root, path.c_str(), 0, KEY_READ | view, &key);
-  if (status != 0) return status;
-  DWORD size = 0;
-  status = RegQueryValueExW(key, name, nullptr, type, nullptr, &size);
-  if (status == 0 && data != nullptr) {
-    data->assign(size, 0);
-    status = RegQueryValueExW(key, name, nullptr, type, data->data(), &size);
-    data->resize(size);
-  }
-  RegCloseKey(key);
-  return status;
-}
-
-bool RegistryTest::KeyExists(HKEY root, const std::wstring& path, REGSAM view) {
-  HKEY key = nullptr;
-  if (RegOpenKeyExW(root, path.c_str(), 0, KEY_READ | view, &key) != 0) return false;
-  RegCloseKey(key);
-  return true;
 }
 
 std::string RegistryTest::Landing(const std::wstring& path, const wchar_t* name) {
@@ -278,18 +195,13 @@ void RegistryTest::CreateDanglingLink(HKEY parent, const std::wstring& path) {
 }
 
 std::wstring RegistryTest::RedirectUsers(const std::vector<std::wstring>& hives,
-                                         const std::vector<std::wstring>& danglingHives) {
+                                         const std::vector<std::wstring>& dangling) {
   std::wstring users = key_ + L"\\Users";
+  for (const std::wstring& hive : hives) WriteValue(HKEY_CURRENT_USER, users + L"\\" + hive, L"", REG_SZ, L"", 2);
+  WriteValue(HKEY_CURRENT_USER, users, L"", REG_SZ, L"", 2);
+  for (const std::wstring& hive : dangling) CreateDanglingLink(HKEY_CURRENT_USER, users + L"\\" + hive);
   HKEY redirected = nullptr;
-  EXPECT_EQ(RegCreateKeyExW(HKEY_CURRENT_USER, users.c_str(), 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, &redirected,
-                            nullptr),
-            0);
-  for (const std::wstring& hive : hives) {
-    HKEY key = nullptr;
-    RegCreateKeyExW(redirected, hive.c_str(), 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, &key, nullptr);
-    RegCloseKey(key);
-  }
-  for (const std::wstring& hive : danglingHives) CreateDanglingLink(HKEY_CURRENT_USER, users + L"\\" + hive);
+  EXPECT_EQ(RegOpenKeyExW(HKEY_CURRENT_USER, users.c_str(), 0, KEY_ALL_ACCESS, &redirected), 0);
   EXPECT_EQ(RegOverridePredefKey(HKEY_USERS, redirected), 0);
   RegCloseKey(redirected);
   redirected_ = true;

@@ -1,26 +1,14 @@
-// A real Windows service for the service command tests. It goes through the
-// states a real service goes through (START_PENDING, then RUNNING; STOP_PENDING
-// on a stop request, then STOPPED), and switches in its binary path (which the
-// service control manager passes on as the process's command line) make it
-// linger in the pending states or refuse to stop, so that the commands' wait
-// loops and timeouts meet real states:
-//
-//   /startpending=<ms>  time in START_PENDING before RUNNING (default 200)
-//   /stoppending=<ms>   time in STOP_PENDING after a stop request (default 200)
-//   /nostop             does not accept stop requests: ControlService fails;
-//                       the user control 200 ends it instead
-//   /paused             reports PAUSED instead of RUNNING once started
-//
-// Whatever happens, the service stops by itself after five minutes, so that a
-// test that dies half-way leaves no process behind for long.
+// A real service for the service tests: START_PENDING, RUNNING, STOP_PENDING, STOPPED as a real one goes.
+// Switches in its binary path: /startpending=<ms> and /stoppending=<ms> (default 200), /nostop (refuses stop
+// requests; user control 200 ends it), /paused (PAUSED instead of RUNNING). It ends by itself after 5 minutes.
 #include <windows.h>
 
 #include <cwchar>
 
-#include "tests/services/RealService.h"
-
 namespace {
 
+// The user control that ends the service even when it refuses to stop.
+const DWORD kTestServiceEnd = 200;
 SERVICE_STATUS_HANDLE g_statusHandle = nullptr;
 SERVICE_STATUS g_status = {};
 HANDLE g_stopRequested = nullptr;

@@ -1,5 +1,6 @@
 // A logger for tests: published under SelfFree_LoggerApi, it keeps every line as
-// the system formats it, so tests compare exact texts.
+// the system formats it, with the thread that logged it, so tests compare exact
+// texts.
 #pragma once
 
 #include <windows.h>
@@ -8,6 +9,8 @@
 #include <vector>
 
 #include "engine/Log.h"
+
+typedef std::vector<std::wstring> Lines;
 
 class CaptureLogger : public ILoggerApi {
  public:
@@ -18,13 +21,19 @@ class CaptureLogger : public ILoggerApi {
   void StartThreadLog(const wchar_t* description, bool isMain) override;
   void SetLogKey(const char* key) override;
 
-  std::vector<std::wstring> Lines();
+  // The number of lines so far: a mark for Since and Work.
+  size_t Mark();
+  // The lines logged since mark, of one thread only when threadId is given.
+  Lines Since(size_t mark = 0, DWORD threadId = 0);
+  // Since(mark) without the frame lines every command writes around its work
+  // (begin, end, GetNextIndex warning, busy line): what the command itself did.
+  Lines Work(size_t mark = 0, DWORD threadId = 0);
   bool Contains(const std::wstring& line);
   // Waits up to timeoutMs for a line to arrive.
   bool WaitFor(const std::wstring& line, DWORD timeoutMs = 5000);
-  // Lines logged by one thread, in order.
-  std::vector<std::wstring> LinesOf(DWORD threadId);
   size_t StartedThreads();
+
+  static bool IsFrameLine(const std::wstring& line);
 
   SELFFREE_DESTRUCTOR(CaptureLogger)
 
@@ -33,3 +42,5 @@ class CaptureLogger : public ILoggerApi {
   std::vector<std::pair<DWORD, std::wstring>> lines_;
   size_t started_ = 0;
 };
+
+extern const wchar_t kNotExecutedWarning[];

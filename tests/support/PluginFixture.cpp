@@ -4,7 +4,6 @@
 #include "host/HostServices.h"
 #include "host/ScriptLoader.h"
 #include "host/Shutdown.h"
-#include "host/VariableStore.h"
 
 HMODULE Plugin() {
   static HMODULE plugin = LoadLibraryW(L"InstallCommands.dll");
@@ -41,9 +40,9 @@ CInstallCommand* CreateCommand(const std::wstring& elementXml, int32_t* loadStat
   std::wstring name;
   IXMLDOMNamedNodeMap* attributes = ParseAttributes(elementXml, &name);
   if (attributes == nullptr) return nullptr;
-  std::string exportName = "GetC" + std::string(name.begin(), name.end()) + "Command";
   typedef CInstallCommand* (*Factory)();
-  auto factory = reinterpret_cast<Factory>(reinterpret_cast<void*>(GetProcAddress(Plugin(), exportName.c_str())));
+  auto factory = reinterpret_cast<Factory>(
+      reinterpret_cast<void*>(GetProcAddress(Plugin(), ("GetC" + Narrow(name) + "Command").c_str())));
   if (factory == nullptr) {
     attributes->Release();
     return nullptr;
@@ -65,6 +64,19 @@ std::wstring UniqueName(const wchar_t* stem) {
   static LONG counter = 0;
   return std::wstring(stem) + L"_" + std::to_wstring(GetCurrentProcessId()) + L"_" +
          std::to_wstring(InterlockedIncrement(&counter));
+}
+
+void StoreText(const char* name, const std::wstring& value) {
+  VariableStore::Instance().Put(name, reinterpret_cast<StoreValue>(MakeString(value.c_str())));
+}
+
+void StoreInt(const char* name, int64_t value) { VariableStore::Instance().Put(name, static_cast<StoreValue>(value)); }
+
+StoreValue StoreRead(const char* name) { return VariableStore::Instance().Get(name); }
+
+std::wstring TextOf(const char* name) {
+  auto* value = reinterpret_cast<CString*>(StoreRead(name));
+  return value != nullptr && value->text != nullptr ? value->text : L"<absent>";
 }
 
 void PluginTest::SetUp() {
@@ -98,9 +110,11 @@ void PluginTest::TearDown() {
 CInstallCommand* PluginTest::Add(const std::wstring& elementXml) {
   int32_t status = -1;
   CInstallCommand* command = CreateCommand(elementXml, &status);
-  EXPECT_NE(command, nullptr) << "no command for " << std::string(elementXml.begin(), elementXml.end());
-  EXPECT_EQ(status, 0);
-  if (command != nullptr) (*commands_)[command->GetIndex()] = command;
+  EXPECT_NE(command, nullptr) << "no command for " << Narrow(elementXml);
+  EXPECT_EQ(status, 0) << Narrow(elementXml);
+  if (command == nullptr) return nullptr;
+  if (command->GetIndex() == -1) command->SetIndex(1000 + static_cast<int32_t>(commands_->size()));
+  (*commands_)[command->GetIndex()] = command;
   return command;
 }
 
@@ -121,26 +135,24 @@ DWORD WINAPI RunExecuteJob(LPVOID parameter) {
 
 HANDLE PluginTest::StartExecute(CInstallCommand* command) {
   // The job is left to the thread; it is small and tests are short.
-  auto* job = new ExecuteJob{command, cancel_, &storeLock_, -1};
-  HANDLE worker = CreateThread(nullptr, 0, RunExecuteJob, job, 0, nullptr);
+  HANDLE worker = CreateThread(nullptr, 0, RunExecuteJob, new ExecuteJob{command, cancel_, &storeLock_, -1}, 0, nullptr);
   HANDLE copy = nullptr;
   DuplicateHandle(GetCurrentProcess(), worker, GetCurrentProcess(), &copy, 0, FALSE, DUPLICATE_SAME_ACCESS);
   workers_.push_back(copy);
   return worker;
 }
 
-bool PluginTest::ExecuteOnThread(CInstallCommand* command, int32_t* status, DWORD timeoutMs) {
+int32_t PluginTest::Run(CInstallCommand* command, DWORD timeoutMs) {
   // The job outlives a timed-out wait: the thread still writes into it.
-  auto* job = new ExecuteJob{command, cancel_, &storeLock_, -1};
-  HANDLE worker = CreateThread(nullptr, 0, RunExecuteJob, job, 0, nullptr);
-  bool finished = WaitForSingleObject(worker, timeoutMs) == WAIT_OBJECT_0;
-  if (!finished) {
+  ExecuteJob* job = new ExecuteJob{command, cancel_, &storeLock_, -1};
+  HANDLE worker = CreateThread(nullptr, 0, RunExecuteJob, job, 0, &worker_);
+  workers_.push_back(worker);
+  if (WaitForSingleObject(worker, timeoutMs) != WAIT_OBJECT_0) {
+    ADD_FAILURE() << "the command did not end within " << timeoutMs << " ms";
     SetEvent(cancel_);
-    workers_.push_back(worker);
-    return false;
+    return -1;
   }
-  CloseHandle(worker);
-  if (status != nullptr) *status = job->status;
+  int32_t status = job->status;
   delete job;
-  return true;
+  return status;
 }

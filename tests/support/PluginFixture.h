@@ -13,7 +13,9 @@
 
 #include "engine/interfaces/HostInterfaces.h"
 #include "engine/InstallCommand.h"
+#include "host/VariableStore.h"
 #include "tests/support/CaptureLogger.h"
+#include "tests/support/Kit.h"
 
 // The real library, loaded once from beside the test program.
 HMODULE Plugin();
@@ -23,11 +25,16 @@ HMODULE Plugin();
 IXMLDOMNamedNodeMap* ParseAttributes(const std::wstring& elementXml, std::wstring* name = nullptr);
 
 // Creates the command of an element through the library's export and loads it.
-// loadStatus receives Load's result.
 CInstallCommand* CreateCommand(const std::wstring& elementXml, int32_t* loadStatus = nullptr);
 
-// A name no other test or test run uses, for events and variables.
+// A name no other test or test run uses, for events, keys and variables.
 std::wstring UniqueName(const wchar_t* stem);
+
+// The store, as the engine's own code sees it.
+void StoreText(const char* name, const std::wstring& value);
+void StoreInt(const char* name, int64_t value);
+StoreValue StoreRead(const char* name);
+std::wstring TextOf(const char* name);  // "<absent>" when unset
 
 // Publishes a fresh CaptureLogger, a decrypter and an empty command map; clears
 // the store afterwards.
@@ -36,13 +43,13 @@ class PluginTest : public ::testing::Test {
   void SetUp() override;
   void TearDown() override;
 
-  // Creates, loads and files a command in the map under its index.
+  // Creates, loads (expecting 0) and files a command in the map under its index;
+  // one without an index gets a free one from 1000 on.
   CInstallCommand* Add(const std::wstring& elementXml);
-
-  // Runs command->Execute on a thread of its own with cancel_ as its cancel
-  // handle, and waits at most timeoutMs. On a timeout cancel_ is signalled, so a
-  // command that waits wrongly is released before the test ends.
-  bool ExecuteOnThread(CInstallCommand* command, int32_t* status = nullptr, DWORD timeoutMs = 5000);
+  // Runs command->Execute with cancel_ on a fresh thread, at most timeoutMs; its
+  // status. The thread's id is left in worker_. On a timeout cancel_ is
+  // signalled and the test fails.
+  int32_t Run(CInstallCommand* command, DWORD timeoutMs = 20000);
   // Starts command->Execute on a thread of its own and returns at once. The test
   // ends only after the thread has.
   HANDLE StartExecute(CInstallCommand* command);
@@ -51,6 +58,7 @@ class PluginTest : public ::testing::Test {
   HANDLE cancel_ = nullptr;
   CommandMap* commands_ = nullptr;
   CRITICAL_SECTION storeLock_;
+  DWORD worker_ = 0;
 
  private:
   std::vector<HANDLE> workers_;
