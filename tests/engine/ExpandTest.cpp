@@ -45,18 +45,3 @@ TEST_F(ExpandTest, EachReferenceIsReplacedOnceAndFailuresAreLogged) {
                                   L"ExpandVariables: No variable 'String_name' could be found.\n"}));
 }
 
-TEST_F(ExpandTest, CommandStringKeepsItsTextOnFailure) {
-  wchar_t* field = nullptr;
-  EXPECT_EQ(ExpandCommandString(&field), 0);
-  StoreText("String_Exe", L"C:\\svc.exe");
-  field = _wcsdup(L"[Exe] /run");
-  EXPECT_EQ(ExpandCommandString(&field), 0);
-  EXPECT_STREQ(field, L"C:\\svc.exe /run");
-  free(field);
-  field = _wcsdup(L"[Missing] /run");
-  EXPECT_EQ(ExpandCommandString(&field), 1359);
-  EXPECT_STREQ(field, L"[Missing] /run");
-  free(field);
-  EXPECT_EQ(log_->Since(), (Lines{L"ExpandVariables: No variable 'String_Missing' could be found.\n",
-                                  L"Cannot expand command. Error\n"}));
-}

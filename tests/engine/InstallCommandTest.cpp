@@ -1,4 +1,4 @@
-// Fault caught: every script sent down the wrong commands (next index, condition, error variable, Load).
+// Fault caught: every script sent down the wrong commands (next index, condition, error variable).
 #include "tests/support/PluginFixture.h"
 
 class InstallCommandTest : public PluginTest {};
@@ -39,15 +39,3 @@ TEST_F(InstallCommandTest, ErrorVariableIsWrittenOnlyBySetErrorVar) {
   EXPECT_EQ(Add(L"<CreateEvent index='2' eventVar='E'/>")->SetErrorVar(), 87);
 }
 
-TEST_F(InstallCommandTest, RequiredAttributesFailLoadAndCommonOnesNever) {
-  const std::pair<const wchar_t*, int32_t> cases[] = {
-      {L"<Fork threadId='1'/>", 1},        // threadStart
-      {L"<WaitForHandle eventVar='E'/>", 1},  // waitAmount
-      {L"<SetEvent index='x' next='' errVar='' execCondition='' eventVar='E'/>", 0},
-  };
-  for (auto& c : cases) {
-    int32_t status = -1;
-    CreateCommand(c.first, &status)->Free();
-    EXPECT_EQ(status, c.second) << Narrow(c.first);
-  }
-}

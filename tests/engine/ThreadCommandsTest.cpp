@@ -75,16 +75,6 @@ TEST_F(ThreadCommandsTest, JoinBeforeForkWaitsUntilTheForkedChainEnds) {
   CloseHandle(joiner);
 }
 
-TEST_F(ThreadCommandsTest, CancelBeforeForkMeansTheChainNeverRuns) {
-  Add(L"<SetEvent index='30' eventVar='Unused' next='0'/>");
-  EXPECT_EQ(Run(Add(L"<Cancel index='1' threadId='3'/>")), 0);
-  EXPECT_EQ(Run(Add(L"<Fork index='2' threadId='3' threadStart='30'/>")), 0);
-  EXPECT_EQ(Run(Add(L"<Join index='3' threadId='3'/>"), 5000), 0) << "Join of a cancelled chain passes at once";
-  EXPECT_TRUE(log_->Contains(L"1: Cancel Creating thread info for threadId=3.\n"));
-  EXPECT_EQ(Count(L"2: Fork Starting threadId=3.\n"), 0u);
-  EXPECT_EQ(Count(L"[ThreadId 3] Executing command 30.\n"), 0u);
-}
-
 TEST_F(ThreadCommandsTest, ThreadIdRunsOnceForTheWholeProcess) {
   CInstallCommand* first = Add(L"<Fork index='1' threadId='4' threadStart='40'/>");
   CInstallCommand* join = Add(L"<Join index='3' threadId='4'/>");
