@@ -199,7 +199,7 @@ TEST_F(MultiLanguageTest, ALanguageKnownOnlyOnlineIsDownloadedWhenSelected) {
   EXPECT_EQ(Variable("String_LanguageSource"), L"shipped");
   EXPECT_TRUE(FileExists(lang_ + L"languages.xml.online.md5"));
   // Before and after AddFile: the downloader's record shares the ready event.
-  HANDLE ready = reinterpret_cast<CMultiLanguageApi*>(languages)->onlineFile->readyEvent;
+  HANDLE ready = reinterpret_cast<CMultiLanguageApi*>(languages)->onlineFile.Get()->readyEvent;
   wchar_t line[64];
   swprintf_s(line, 64, L"@@@@@@@@@@@File ready handle: %x\n",
              static_cast<unsigned>(reinterpret_cast<uintptr_t>(ready)));
