@@ -67,10 +67,10 @@ void CFileResourceManager::LoadXliff(const wchar_t* path) {
 
   if (!LoadDocument(document.Get(), path)) {
     ScopedCom<IXMLDOMParseError> error;
-    Bstr reason;
+    ScopedBstr reason;
     long line = 0;
     if (document.Get()->get_parseError(error.Receive()) == S_OK && error.Get() != nullptr) {
-      error.Get()->get_reason(reason.Out());
+      error.Get()->get_reason(reason.Receive());
       error.Get()->get_line(&line);
     }
     // The arguments do not fit the format: the reason's address lands on the
@@ -80,18 +80,18 @@ void CFileResourceManager::LoadXliff(const wchar_t* path) {
     // runtime prints as "(null)" - which is also what a position of 0 gives, and
     // MSXML under Wine reports every position as 0. The line keeps its shape and
     // never faults.
-    LogMessage(diagtext::kXliffParseError, kTag, static_cast<BSTR>(reason), line,
+    LogMessage(diagtext::kXliffParseError, kTag, reason.Get(), line,
                static_cast<const wchar_t*>(nullptr));
     return;
   }
 
-  Bstr query(L"//xlf:xliff/xlf:file/xlf:body/xlf:trans-unit");
+  ScopedBstr query = MakeBstr(L"//xlf:xliff/xlf:file/xlf:body/xlf:trans-unit");
   ScopedCom<IXMLDOMNodeList> units;
-  if (document.Get()->selectNodes(query, units.Receive()) != S_OK || units.Get() == nullptr) {
+  if (document.Get()->selectNodes(query.Get(), units.Receive()) != S_OK || units.Get() == nullptr) {
     ScopedCom<IXMLDOMParseError> error;
-    Bstr reason;
+    ScopedBstr reason;
     if (document.Get()->get_parseError(error.Receive()) == S_OK && error.Get() != nullptr) {
-      error.Get()->get_reason(reason.Out());
+      error.Get()->get_reason(reason.Receive());
     }
     return;
   }
@@ -99,29 +99,29 @@ void CFileResourceManager::LoadXliff(const wchar_t* path) {
   if (units.Get()->get_length(&count) != S_OK) return;
   LogMessage(diagtext::kXliffTexts, kTag, static_cast<int>(count), path);
 
-  Bstr resname(L"resname");
-  Bstr target(L"xlf:target");
-  Bstr source(L"xlf:source");
+  ScopedBstr resname = MakeBstr(L"resname");
+  ScopedBstr target = MakeBstr(L"xlf:target");
+  ScopedBstr source = MakeBstr(L"xlf:source");
   for (long i = 0; i < count; ++i) {
     ScopedCom<IXMLDOMNode> unit;
     if (units.Get()->get_item(i, unit.Receive()) != S_OK || unit.Get() == nullptr) return;
     ScopedCom<IXMLDOMNamedNodeMap> attributes;
     if (unit.Get()->get_attributes(attributes.Receive()) != S_OK || attributes.Get() == nullptr) continue;
     ScopedCom<IXMLDOMNode> idNode;
-    if (attributes.Get()->getNamedItem(resname, idNode.Receive()) != S_OK || idNode.Get() == nullptr) continue;
-    Bstr id;
-    if (idNode.Get()->get_text(id.Out()) != S_OK) continue;
+    if (attributes.Get()->getNamedItem(resname.Get(), idNode.Receive()) != S_OK || idNode.Get() == nullptr) continue;
+    ScopedBstr id;
+    if (idNode.Get()->get_text(id.Receive()) != S_OK) continue;
     ScopedCom<IXMLDOMNode> textNode;
-    if (unit.Get()->selectSingleNode(target, textNode.Receive()) != S_OK || textNode.Get() == nullptr) {
-      if (unit.Get()->selectSingleNode(source, textNode.Receive()) != S_OK || textNode.Get() == nullptr) {
+    if (unit.Get()->selectSingleNode(target.Get(), textNode.Receive()) != S_OK || textNode.Get() == nullptr) {
+      if (unit.Get()->selectSingleNode(source.Get(), textNode.Receive()) != S_OK || textNode.Get() == nullptr) {
         // A unit with no text at all ends the file, unlike one without resname:
         // the units behind it are not read, the texts before it stay.
         return;
       }
     }
-    Bstr text;
-    if (textNode.Get()->get_text(text.Out()) != S_OK) continue;
-    texts_[id.Text()] = text.Text();
+    ScopedBstr text;
+    if (textNode.Get()->get_text(text.Receive()) != S_OK) continue;
+    texts_[BstrText(id)] = BstrText(text);
   }
 }
 

@@ -10,6 +10,7 @@
 #include <cstring>
 #include <ctime>
 #include <cwchar>
+#include <utility>
 
 #include "diagnostics/DiagnosticsTexts.h"
 #include "diagnostics/LogTransform.h"
@@ -41,26 +42,24 @@ CLoggerApi::CLoggerApi() : startTime(static_cast<uint64_t>(_time64(nullptr))) { 
 CLoggerApi::~CLoggerApi() {
   wchar_t mergedPath[MAX_PATH];
   MergedFilePath(mergedPath);
-  FILE* merged = _wfsopen(mergedPath, L"wb", _SH_DENYNO);
+  ScopedFile merged(_wfsopen(mergedPath, L"wb", _SH_DENYNO));
   ScopedNarrowText copy(static_cast<char*>(malloc(kCopyBufferSize)));
   for (auto& entry : streams) {
-    if (entry.second == nullptr) continue;
-    fclose(entry.second);
-    entry.second = nullptr;
+    if (!entry.second) continue;
+    entry.second.Reset();
     wchar_t threadPath[MAX_PATH];
     ThreadFilePath(threadPath, entry.first);
-    FILE* part = _wfsopen(threadPath, L"rb", _SH_DENYNO);
-    if (part != nullptr) {
-      while (!feof(part)) {
-        size_t read = fread(copy.Get(), 1, kCopyBufferSize, part);
-        if (read == 0 && ferror(part)) break;
-        if (merged != nullptr) fwrite(copy.Get(), 1, read, merged);
+    {
+      // Closed before the delete below, which an open stream would make fail.
+      ScopedFile part(_wfsopen(threadPath, L"rb", _SH_DENYNO));
+      while (part && !feof(part.Get())) {
+        size_t read = fread(copy.Get(), 1, kCopyBufferSize, part.Get());
+        if (read == 0 && ferror(part.Get())) break;
+        if (merged) fwrite(copy.Get(), 1, read, merged.Get());
       }
-      fclose(part);
     }
     DeleteFileW(threadPath);
   }
-  if (merged != nullptr) fclose(merged);
   DeleteCriticalSection(&mapLock);
 }
 
@@ -81,11 +80,16 @@ void CLoggerApi::StartThreadLog(const wchar_t* description, bool isMain) {
   if (isMain) mainThreadId = threadId;
   wchar_t path[MAX_PATH];
   ThreadFilePath(path, threadId);
-  FILE* stream = OpenThreadStream(path);
+  ScopedFile stream(OpenThreadStream(path));
   EnterCriticalSection(&mapLock);
   // A thread already in the map keeps its entry, even a null one made by a Log
   // before it registered; the stream opened here then stays open and unused.
-  streams.emplace(threadId, stream);
+  auto placed = streams.emplace(threadId, ScopedFile());
+  if (placed.second) {
+    placed.first->second = std::move(stream);
+  } else {
+    stream.Release();
+  }
   LeaveCriticalSection(&mapLock);
 
   SYSTEMTIME now;
@@ -121,8 +125,8 @@ void CLoggerApi::Log(const wchar_t* format, va_list args) {
 
   DWORD threadId = GetCurrentThreadId();
   EnterCriticalSection(&mapLock);
-  FILE* stream = streams[threadId];
-  if (stream == nullptr) stream = streams[static_cast<DWORD>(mainThreadId)];
+  FILE* stream = streams[threadId].Get();
+  if (stream == nullptr) stream = streams[static_cast<DWORD>(mainThreadId)].Get();
   LeaveCriticalSection(&mapLock);
 
   // A message that formats to nothing would give the transform a negative count.

@@ -41,7 +41,7 @@ class CLoggerApi : public ILoggerApi {
 
  public:
 
-  std::map<DWORD, FILE*> streams;
+  std::map<DWORD, ScopedFile> streams;
   CRITICAL_SECTION mapLock;
   ScopedNarrowText logKey;
   size_t logKeyLength = 0;

@@ -37,12 +37,12 @@ void CreateEmptyFile(const wchar_t* path) {
 unsigned int HandleBits(HANDLE handle) { return static_cast<unsigned int>(reinterpret_cast<uintptr_t>(handle)); }
 
 // An attribute's text; false when the attribute is absent or has no text.
-bool ReadAttribute(IXMLDOMNamedNodeMap* attributes, const wchar_t* name, Bstr* text) {
+bool ReadAttribute(IXMLDOMNamedNodeMap* attributes, const wchar_t* name, ScopedBstr* text) {
   if (attributes == nullptr) return false;
-  Bstr attributeName(name);
+  ScopedBstr attributeName = MakeBstr(name);
   ScopedCom<IXMLDOMNode> node;
-  if (attributes->getNamedItem(attributeName, node.Receive()) != S_OK || node.Get() == nullptr) return false;
-  return node.Get()->get_text(text->Out()) == S_OK;
+  if (attributes->getNamedItem(attributeName.Get(), node.Receive()) != S_OK || node.Get() == nullptr) return false;
+  return node.Get()->get_text(text->Receive()) == S_OK;
 }
 
 // Moves node on to its next sibling that is no comment; false when there is none.
@@ -63,11 +63,6 @@ IResourceManager* ResourceManager() { return StoreGetObject<IResourceManager>(st
 }  // namespace
 
 CMultiLanguageApi::CMultiLanguageApi() : onlineFile(new CFileInfo()), onlineSizeInfo(new CFileSizeInfo()) {}
-
-CMultiLanguageApi::~CMultiLanguageApi() {
-  SelfFreeRelease(onlineFile);
-  onlineFile = nullptr;
-}
 
 void CMultiLanguageApi::Initialize(const wchar_t* langDir, const wchar_t* configFileName,
                                    const wchar_t* onlineLocationText, const wchar_t* defaultLanguage) {
@@ -96,24 +91,25 @@ void CMultiLanguageApi::Initialize(const wchar_t* langDir, const wchar_t* config
       LogMessage(diagtext::kNoDownloader);
       return;
     }
-    onlineFile->replaceExisting = 1;
-    onlineFile->verifyChecksum = 1;
+    onlineFile.Get()->replaceExisting = 1;
+    onlineFile.Get()->verifyChecksum = 1;
     onlineSizeInfo->bytesDone = 0;
 
     ScopedText name = Expand(configFile.Get(), OnFailure::KeepText);
     std::wstring onlineName = std::wstring(name.Get()) + L".online";
-    onlineFile->SetFileName(onlineName.c_str());
-    onlineFile->SetLocalFolder(Expand(languageFolder.Get(), OnFailure::KeepText).Get());
+    onlineFile.Get()->SetFileName(onlineName.c_str());
+    onlineFile.Get()->SetLocalFolder(Expand(languageFolder.Get(), OnFailure::KeepText).Get());
     ScopedText location = Expand(onlineLocation.Get(), OnFailure::DropText);
-    onlineFile->SetLocation(location ? location.Get() : diagtext::kFallbackLocation);
+    onlineFile.Get()->SetLocation(location ? location.Get() : diagtext::kFallbackLocation);
 
-    onlineFile->sizeInfo = onlineSizeInfo;
-    LogMessage(diagtext::kReadyHandle, HandleBits(onlineFile->readyEvent));
+    onlineFile.Get()->sizeInfo = onlineSizeInfo;
+    LogMessage(diagtext::kReadyHandle, HandleBits(onlineFile.Get()->readyEvent));
     CFileInfo* result = nullptr;
-    downloader->AddFile(onlineFile, &result, true);
-    onlineFile->Free();
-    onlineFile = CFileInfo::CloneOf(result);
-    if (onlineFile != nullptr) LogMessage(diagtext::kReadyHandle, HandleBits(onlineFile->readyEvent));
+    downloader->AddFile(onlineFile.Get(), &result, true);
+    // The request goes before its clone is made, as it always has.
+    onlineFile.Reset();
+    onlineFile.Reset(CFileInfo::CloneOf(result));
+    if (onlineFile) LogMessage(diagtext::kReadyHandle, HandleBits(onlineFile.Get()->readyEvent));
   }
 
   CString* forced = StoreGetString(storename::kForceSingleLang);
@@ -139,42 +135,43 @@ void CMultiLanguageApi::ReadLanguageFile(const wchar_t* path, bool local) {
   if (document.Get() == nullptr) return;
   if (!LoadDocument(document.Get(), path)) {
     ScopedCom<IXMLDOMParseError> error;
-    Bstr reason;
+    ScopedBstr reason;
     long line = 0;
     long column = 0;
     if (document.Get()->get_parseError(error.Receive()) == S_OK && error.Get() != nullptr) {
-      error.Get()->get_reason(reason.Out());
+      error.Get()->get_reason(reason.Receive());
       error.Get()->get_line(&line);
       error.Get()->get_linepos(&column);
     }
-    LogMessage(diagtext::kLanguageFileError, path, reason.Text(), static_cast<int>(line), static_cast<int>(column));
+    LogMessage(diagtext::kLanguageFileError, path, BstrText(reason), static_cast<int>(line), static_cast<int>(column));
     return;
   }
 
-  Bstr query(L"//lang/languages");
+  ScopedBstr query = MakeBstr(L"//lang/languages");
   ScopedCom<IXMLDOMNode> section;
-  if (document.Get()->selectSingleNode(query, section.Receive()) != S_OK || section.Get() == nullptr) return;
+  if (document.Get()->selectSingleNode(query.Get(), section.Receive()) != S_OK || section.Get() == nullptr) return;
   ScopedCom<IXMLDOMNode> language;
   if (section.Get()->get_firstChild(language.Receive()) != S_OK || language.Get() == nullptr) return;
   if (!SkipComments(&language)) return;
 
   do {
     ScopedCom<IXMLDOMNamedNodeMap> attributes;
-    Bstr code;
+    ScopedBstr code;
     if (language.Get()->get_attributes(attributes.Receive()) != S_OK || attributes.Get() == nullptr) return;
-    if (language.Get()->get_nodeName(code.Out()) != S_OK) return;
-    Bstr name;
-    Bstr package;
+    if (language.Get()->get_nodeName(code.Receive()) != S_OK) return;
+    ScopedBstr name;
+    ScopedBstr package;
     // A language without name or package ends the read; those before it stay.
     if (!ReadAttribute(attributes.Get(), L"name", &name)) return;
     if (!ReadAttribute(attributes.Get(), L"package", &package)) return;
-    Bstr downloadText;
-    Bstr rtl;
+    ScopedBstr downloadText;
+    ScopedBstr rtl;
     bool hasDownloadText = ReadAttribute(attributes.Get(), L"downloadRequired", &downloadText);
     bool hasRtl = ReadAttribute(attributes.Get(), L"rtl", &rtl);
 
-    LanguageRecord record(code.Text(), name.Text(), package.Text(), hasDownloadText ? downloadText.Text() : nullptr,
-                          hasRtl && wcscmp(rtl.Text(), L"true") == 0, true);
+    LanguageRecord record(BstrText(code), BstrText(name), BstrText(package),
+                          hasDownloadText ? BstrText(downloadText) : nullptr,
+                          hasRtl && wcscmp(BstrText(rtl), L"true") == 0, true);
     ReadVariables(language.Get(), &record);
     AddRecord(record, local);
   } while (NextNonComment(&language));
@@ -186,19 +183,19 @@ void CMultiLanguageApi::ReadVariables(IXMLDOMNode* language, LanguageRecord* rec
   if (language->get_firstChild(child.Receive()) != S_OK || child.Get() == nullptr) return;
   if (!SkipComments(&child)) return;
   do {
-    Bstr element;
-    if (child.Get()->get_nodeName(element.Out()) != S_OK) continue;
+    ScopedBstr element;
+    if (child.Get()->get_nodeName(element.Receive()) != S_OK) continue;
     // Exactly "Metrics": another case is an ordinary child, read through string.
-    bool metrics = wcscmp(element.Text(), L"Metrics") == 0;
+    bool metrics = wcscmp(BstrText(element), L"Metrics") == 0;
     ScopedCom<IXMLDOMNamedNodeMap> attributes;
     if (child.Get()->get_attributes(attributes.Receive()) != S_OK) continue;
-    Bstr value;
+    ScopedBstr value;
     if (!ReadAttribute(attributes.Get(), metrics ? L"suffix" : L"string", &value)) continue;
     if (metrics) {
-      record->AddVariable(storename::kLanguageMetricsSuffix, value.Text());
+      record->AddVariable(storename::kLanguageMetricsSuffix, BstrText(value));
     } else {
-      VarName name("String_", element.Text());
-      if (name) record->AddVariable(name.Get(), value.Text());
+      VarName name("String_", BstrText(element));
+      if (name) record->AddVariable(name.Get(), BstrText(value));
     }
   } while (NextNonComment(&child));
 }
@@ -232,8 +229,8 @@ LanguageList* CMultiLanguageApi::GetLanguages() {
   // A request that never reached a downloader (none was published, or it
   // refused the file) has no one to set its ready event: waiting would never
   // end, so the online file is taken as not arrived.
-  if (onlineFile == nullptr || !onlineFile->location) return &languages;
-  WaitForSingleObject(onlineFile->readyEvent, INFINITE);
+  if (!onlineFile || !onlineFile.Get()->location) return &languages;
+  WaitForSingleObject(onlineFile.Get()->readyEvent, INFINITE);
   if (onlineSizeInfo->ReadStatus() != kDownloadArrived) return &languages;
 
   wchar_t path[kPathCapacity];
@@ -354,30 +351,29 @@ bool CMultiLanguageApi::DownloadPackage(const LanguageRecord& record) {
     LogMessage(diagtext::kNoDownloader);
     return false;
   }
-  CFileInfo* file = new CFileInfo();
+  ScopedSelfFree<CFileInfo> file(new CFileInfo());
   // Size infos are left to the process's end: the downloader may still hold one.
   CFileSizeInfo* sizeInfo = new CFileSizeInfo();
-  file->replaceExisting = 1;
-  file->verifyChecksum = 1;
+  file.Get()->replaceExisting = 1;
+  file.Get()->verifyChecksum = 1;
   sizeInfo->bytesDone = 0;
-  file->SetFileName(record.package.Get());
-  file->SetLocalFolder(Expand(languageFolder.Get(), OnFailure::KeepText).Get());
-  file->SetLocation(Expand(onlineLocation.Get(), OnFailure::DropText).Get());
-  file->sizeInfo = sizeInfo;
+  file.Get()->SetFileName(record.package.Get());
+  file.Get()->SetLocalFolder(Expand(languageFolder.Get(), OnFailure::KeepText).Get());
+  file.Get()->SetLocation(Expand(onlineLocation.Get(), OnFailure::DropText).Get());
+  file.Get()->sizeInfo = sizeInfo;
 
-  LogMessage(diagtext::kReadyHandle, HandleBits(file->readyEvent));
+  LogMessage(diagtext::kReadyHandle, HandleBits(file.Get()->readyEvent));
   CFileInfo* result = nullptr;
-  downloader->AddFile(file, &result, true);
-  file->Free();
-  CFileInfo* clone = CFileInfo::CloneOf(result);
+  downloader->AddFile(file.Get(), &result, true);
+  file.Reset();
+  ScopedSelfFree<CFileInfo> clone(CFileInfo::CloneOf(result));
   // The second line names the online file's event, not the package's.
-  LogMessage(diagtext::kReadyHandle, HandleBits(onlineFile != nullptr ? onlineFile->readyEvent : nullptr));
+  LogMessage(diagtext::kReadyHandle, HandleBits(onlineFile ? onlineFile.Get()->readyEvent : nullptr));
   // A downloader that took no request will never set an event for it.
-  if (clone == nullptr) return false;
-  WaitForSingleObject(clone->readyEvent, INFINITE);
-  CFileSizeInfo* progress = clone->sizeInfo != nullptr ? clone->sizeInfo : sizeInfo;
+  if (!clone) return false;
+  WaitForSingleObject(clone.Get()->readyEvent, INFINITE);
+  CFileSizeInfo* progress = clone.Get()->sizeInfo != nullptr ? clone.Get()->sizeInfo : sizeInfo;
   uint32_t status = progress->ReadStatus();
-  clone->Free();
   return status == kDownloadArrived || status == kDownloadKept;
 }
 

@@ -30,20 +30,16 @@
 
 #include <cstdint>
 
-#include "engine/interfaces/Downloads.h"
-#include "engine/interfaces/LanguageRecord.h"
-#include "engine/interfaces/HostInterfaces.h"
 #include "engine/ScopedHandle.h"
+#include "engine/SelfFree.h"
 #include "engine/interfaces/Downloads.h"
 #include "engine/interfaces/HostInterfaces.h"
+#include "engine/interfaces/LanguageRecord.h"
 #include "engine/interfaces/MultiLanguage.h"
-#include "engine/SelfFree.h"
-
 
 class CMultiLanguageApi : public IMultiLanguageApi {
  public:
   CMultiLanguageApi();
-  ~CMultiLanguageApi();
 
   bool SelectLanguage(const wchar_t* code) override;
   LanguageList* GetLanguages() override;
@@ -69,7 +65,7 @@ class CMultiLanguageApi : public IMultiLanguageApi {
   ScopedText configFile;
   ScopedText onlineLocation;  // may be null
   ScopedText currentLanguage;
-  CFileInfo* onlineFile;  // released with Free; a clone of the downloader's record once it took the request
+  ScopedSelfFree<CFileInfo> onlineFile;  // a clone of the downloader's record once it took the request
   CFileSizeInfo* onlineSizeInfo;  // left to the process's end, like every size info
   ScopedText nameBuffer;
   bool onlineWaitDone = false;

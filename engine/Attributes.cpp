@@ -8,31 +8,26 @@
 AttributeReader::AttributeReader(IXMLDOMNamedNodeMap* attributes)
     : attributes_(attributes), decrypter_(StoreGetObject<IDecrypter>("SelfFree_Decrypter")) {}
 
-AttributeReader::~AttributeReader() {
-  if (node_ != nullptr) node_->Release();
-  for (BSTR text : strings_) SysFreeString(text);
-  if (attributes_ != nullptr) attributes_->Release();
-}
-
 HRESULT AttributeReader::ReadText(const wchar_t* name, wchar_t** text) {
-  if (attributes_ == nullptr) throw ComError{E_POINTER};
-  if (node_ != nullptr) {
-    node_->Release();
-    node_ = nullptr;
+  if (!attributes_) throw ComError{E_POINTER};
+  node_.Reset();
+  HRESULT hr;
+  {
+    // A name that cannot be made goes to the map as null, as it always has.
+    ScopedBstr attributeName(SysAllocString(name));
+    hr = attributes_.Get()->getNamedItem(attributeName.Get(), node_.Receive());
   }
-  BSTR attributeName = SysAllocString(name);
-  HRESULT hr = attributes_->getNamedItem(attributeName, &node_);
-  SysFreeString(attributeName);
   if (hr != S_OK) {
     lastAbsent_ = true;
     return hr;
   }
   lastAbsent_ = false;
-  if (node_ == nullptr) throw ComError{E_POINTER};
-  BSTR raw = nullptr;
-  hr = node_->get_text(&raw);
+  if (!node_) throw ComError{E_POINTER};
+  ScopedBstr value;
+  hr = node_.Get()->get_text(value.Receive());
   if (hr != S_OK) return hr;
-  strings_.push_back(raw);
+  BSTR raw = value.Get();
+  strings_.push_back(std::move(value));
   // Without a decrypter in the store the attribute is taken as it stands; the
   // system string is ours until the reader goes, so it can be changed in place.
   wchar_t* plain = decrypter_ != nullptr ? decrypter_->Decrypt(raw) : raw;

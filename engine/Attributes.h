@@ -22,7 +22,6 @@
 class AttributeReader {
  public:
   explicit AttributeReader(IXMLDOMNamedNodeMap* attributes);
-  ~AttributeReader();
   AttributeReader(const AttributeReader&) = delete;
   AttributeReader& operator=(const AttributeReader&) = delete;
 
@@ -40,9 +39,10 @@ class AttributeReader {
   HRESULT ReadCopy(const wchar_t* name, ScopedText& copy);
 
  private:
-  IXMLDOMNamedNodeMap* attributes_;
-  IXMLDOMNode* node_ = nullptr;
+  // Destroyed from the last up: the strings, the node, then the map.
+  ScopedCom<IXMLDOMNamedNodeMap> attributes_;
+  ScopedCom<IXMLDOMNode> node_;
   IDecrypter* decrypter_;
-  std::vector<BSTR> strings_;
+  std::vector<ScopedBstr> strings_;
   bool lastAbsent_ = false;
 };

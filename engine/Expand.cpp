@@ -17,71 +17,59 @@ namespace {
 // The scan both routines share. Returns the new text, or null after logging why.
 // The output capacity is kept exact: each variable costs one reallocation to the
 // size the text will have once the rest of the source is copied.
-wchar_t* ExpandText(const wchar_t* source) {
+ScopedText ExpandText(const wchar_t* source) {
   size_t capacity = wcslen(source) + 1;
-  wchar_t* output = static_cast<wchar_t*>(calloc(capacity, sizeof(wchar_t)));
-  if (output == nullptr) return nullptr;
+  ScopedText output(static_cast<wchar_t*>(calloc(capacity, sizeof(wchar_t))));
+  if (!output) return ScopedText();
   size_t length = 0;
   const wchar_t* cursor = source;
   while (*cursor != L'\0') {
     if (*cursor != L'[') {
-      output[length++] = *cursor++;
+      output.Get()[length++] = *cursor++;
       continue;
     }
     const wchar_t* close = wcschr(cursor, L']');
     if (close == nullptr) {
       LogMessage(enginetext::kNoClosingBracket, cursor);
-      free(output);
-      return nullptr;
+      return ScopedText();
     }
     // The name is what lies between the brackets as it stands: it may hold a
     // further '[' and it may be empty.
     size_t nameLength = close - cursor - 1;
     size_t fullLength = nameLength + 8;  // "String_", the name and the terminator
-    wchar_t* wideName = static_cast<wchar_t*>(calloc(fullLength, sizeof(wchar_t)));
-    char* narrowName = static_cast<char*>(calloc(fullLength, 1));
-    if (wideName == nullptr || narrowName == nullptr) {
-      free(wideName);
-      free(narrowName);
-      free(output);
-      return nullptr;
+    CString* value = nullptr;
+    {
+      ScopedText wideName(static_cast<wchar_t*>(calloc(fullLength, sizeof(wchar_t))));
+      ScopedNarrowText narrowName(static_cast<char*>(calloc(fullLength, 1)));
+      if (!wideName || !narrowName) return ScopedText();
+      wcscpy(wideName.Get(), L"String_");
+      wcsncpy(wideName.Get() + 7, cursor + 1, nameLength);
+      int converted = WideCharToMultiByte(CP_ACP, 0, wideName.Get(), static_cast<int>(fullLength), narrowName.Get(),
+                                          static_cast<int>(fullLength), nullptr, nullptr);
+      if (converted != static_cast<int>(fullLength)) {
+        LogMessage(enginetext::kNameNotAnsi, wideName.Get());
+        return ScopedText();
+      }
+      value = StoreGetString(narrowName.Get());
+      if (value == nullptr) {
+        LogMessage(enginetext::kNoVariable, narrowName.Get());
+        return ScopedText();
+      }
     }
-    wcscpy(wideName, L"String_");
-    wcsncpy(wideName + 7, cursor + 1, nameLength);
-    int converted = WideCharToMultiByte(CP_ACP, 0, wideName, static_cast<int>(fullLength), narrowName,
-                                        static_cast<int>(fullLength), nullptr, nullptr);
-    if (converted != static_cast<int>(fullLength)) {
-      LogMessage(enginetext::kNameNotAnsi, wideName);
-      free(wideName);
-      free(narrowName);
-      free(output);
-      return nullptr;
-    }
-    CString* value = StoreGetString(narrowName);
-    if (value == nullptr) {
-      LogMessage(enginetext::kNoVariable, narrowName);
-      free(wideName);
-      free(narrowName);
-      free(output);
-      return nullptr;
-    }
-    free(wideName);
-    free(narrowName);
 
     size_t valueLength = wcslen(value->text);
     capacity = capacity + valueLength - (nameLength + 2);
-    wchar_t* grown = static_cast<wchar_t*>(realloc(output, capacity * sizeof(wchar_t)));
-    if (grown == nullptr) {
-      free(output);
-      return nullptr;
-    }
-    output = grown;
-    output[length] = L'\0';
-    wmemcpy(output + length, value->text, valueLength);
+    wchar_t* grown = static_cast<wchar_t*>(realloc(output.Get(), capacity * sizeof(wchar_t)));
+    if (grown == nullptr) return ScopedText();
+    // realloc has taken the old block over: it must not be freed again.
+    output.Release();
+    output.Reset(grown);
+    output.Get()[length] = L'\0';
+    wmemcpy(output.Get() + length, value->text, valueLength);
     length += valueLength;
     cursor = close + 1;
   }
-  output[length] = L'\0';
+  output.Get()[length] = L'\0';
   return output;
 }
 
@@ -90,7 +78,7 @@ wchar_t* ExpandText(const wchar_t* source) {
 ScopedText Expand(const wchar_t* source, OnFailure policy, bool* expanded) {
   if (expanded != nullptr) *expanded = true;
   if (source == nullptr) return ScopedText();
-  ScopedText result(ExpandText(source));
+  ScopedText result = ExpandText(source);
   if (result) return result;
   if (expanded != nullptr) *expanded = false;
   if (policy == OnFailure::KeepText) return CopyText(source);

@@ -61,17 +61,13 @@ int32_t CInstallCommand::LoadIndexes(IXMLDOMNamedNodeMap* attributes) {
   const wchar_t* names[2] = {L"index", L"next"};
   int32_t* fields[2] = {&index, &next};
   for (int i = 0; i < 2; ++i) {
-    BSTR name = SysAllocString(names[i]);
-    IXMLDOMNode* node = nullptr;
-    HRESULT hr = attributes->getNamedItem(name, &node);
-    SysFreeString(name);
-    if (hr != S_OK || node == nullptr) continue;
-    BSTR text = nullptr;
-    if (node->get_text(&text) == S_OK) {
-      *fields[i] = static_cast<int32_t>(_wtol(text));
-      SysFreeString(text);
+    ScopedCom<IXMLDOMNode> node;
+    // A name that cannot be made goes to the map as null, as it always has.
+    if (attributes->getNamedItem(ScopedBstr(SysAllocString(names[i])).Get(), node.Receive()) != S_OK || !node) {
+      continue;
     }
-    node->Release();
+    ScopedBstr text;
+    if (node.Get()->get_text(text.Receive()) == S_OK) *fields[i] = static_cast<int32_t>(_wtol(text.Get()));
   }
   return kStatusOk;
 }

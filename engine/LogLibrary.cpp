@@ -1,12 +1,14 @@
 #include "engine/LogLibrary.h"
 
 #include <cstdlib>
+#include <memory>
+#include <new>
 
 #include "engine/Log.h"
 
 namespace {
 
-LogLibraryTable* g_table = nullptr;
+std::unique_ptr<LogLibraryTable> g_table;
 volatile LONG g_stickyCount = 0;
 volatile LONG g_referenceCount = 0;
 volatile LONG g_spinLock = 0;
@@ -24,17 +26,17 @@ T Resolve(HMODULE module, const char* name) {
   return reinterpret_cast<T>(reinterpret_cast<void*>(GetProcAddress(module, name)));
 }
 
-LogLibraryTable* Bind() {
-  LogLibraryTable* table = static_cast<LogLibraryTable*>(calloc(1, sizeof(LogLibraryTable)));
-  if (table == nullptr) return nullptr;
-  table->module = LoadLibraryW(L"log.dll");
-  if (table->module == nullptr) {
+std::unique_ptr<LogLibraryTable> Bind() {
+  std::unique_ptr<LogLibraryTable> table(new (std::nothrow) LogLibraryTable());
+  if (!table) return table;
+  table->module.Reset(LoadLibraryW(L"log.dll"));
+  if (!table->module) {
     table->logWrite = LogWriteStub;
     return table;
   }
-  LogVoidFn init = Resolve<LogVoidFn>(table->module, "LogInit");
+  HMODULE module = table->module.Get();
+  LogVoidFn init = Resolve<LogVoidFn>(module, "LogInit");
   if (init != nullptr) init();
-  HMODULE module = table->module;
   table->logApplySettings = GetProcAddress(module, "LogApplySettings");
   table->logSetSettingsFile = GetProcAddress(module, "LogSetSettingsFile");
   table->logEnable = GetProcAddress(module, "LogEnable");
@@ -53,15 +55,15 @@ LogLibraryTable* Bind() {
   return table;
 }
 
-void Unbind(LogLibraryTable* table) {
-  if (table == nullptr) return;
-  if (table->module != nullptr) {
-    LogVoidFn deinit = Resolve<LogVoidFn>(table->module, "LogDeinit");
+// Tells log.dll it is going, then lets the table go and the module with it.
+void Unbind(std::unique_ptr<LogLibraryTable>& table) {
+  if (!table) return;
+  if (table->module) {
+    LogVoidFn deinit = Resolve<LogVoidFn>(table->module.Get(), "LogDeinit");
     if (deinit != nullptr) deinit();
     if (table->logUninitDeskMetrics != nullptr) table->logUninitDeskMetrics();
-    FreeLibrary(table->module);
   }
-  free(table);
+  table.reset();
 }
 
 LogLibraryTable* TakeReference() {
@@ -71,7 +73,7 @@ LogLibraryTable* TakeReference() {
     g_table = Bind();
   }
   ++g_referenceCount;
-  LogLibraryTable* table = g_table;
+  LogLibraryTable* table = g_table.get();
   Unlock();
   return table;
 }
@@ -92,10 +94,7 @@ void LogLibraryRef::Release() {
     } else if (g_stickyCount > 0) {
       g_stickyCount = 0;
     }
-    if (g_table != nullptr && g_referenceCount == 0 && g_stickyCount == 0) {
-      Unbind(g_table);
-      g_table = nullptr;
-    }
+    if (g_table && g_referenceCount == 0 && g_stickyCount == 0) Unbind(g_table);
     Unlock();
     InterlockedDecrement(&count);
   }

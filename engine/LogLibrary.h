@@ -14,12 +14,16 @@
 #include <cstdarg>
 #include <cstdint>
 
+#include "engine/ScopedHandle.h"
+
 typedef HRESULT (*LogWriteFn)(uint16_t component, int32_t* level, const char* function, const wchar_t* wideFunction,
                               const wchar_t* format, va_list args);
 typedef void (*LogVoidFn)();
 
+// The bound calls of log.dll. The module is held as long as the table lives; a
+// table made by value-initialising new starts with every call null.
 struct LogLibraryTable {
-  HMODULE module;
+  ScopedModule module;
   FARPROC logApplySettings;
   FARPROC logSetSettingsFile;
   FARPROC logEnable;

@@ -1,6 +1,8 @@
 // Scoped ownership of everything a command opens: kernel objects, processes,
-// registry keys, service handles, find handles, internet handles, COM references
-// and heap texts. One template, one small traits class per kind.
+// registry keys, service handles, find handles, internet handles, modules, C
+// streams, CryptoAPI contexts and hashes, COM references, system strings, the
+// objects of the CSelfFree family and heap texts. One template, one small traits
+// class per kind.
 //
 // Closing keeps the thread's last error: many log lines print GetLastError()
 // after the handle that failed has gone out of scope, and they must print the
@@ -13,8 +15,13 @@
 #include <windows.h>
 #include <winsvc.h>
 
+#include <cstdio>
 #include <cstdlib>
+#include <type_traits>
 #include <utility>
+
+#include "engine/ComError.h"
+#include "engine/SelfFree.h"
 
 template <class Traits>
 class ScopedHandle {
@@ -112,6 +119,41 @@ struct InternetHandleTraits {
   static void Close(Handle handle) { CloseFn(handle); }
 };
 
+// Modules of LoadLibrary and LoadLibraryEx: one reference each.
+struct ModuleTraits {
+  typedef HMODULE Handle;
+  static Handle Null() { return nullptr; }
+  static bool IsValid(Handle module) { return module != nullptr; }
+  static void Close(Handle module) { FreeLibrary(module); }
+};
+typedef ScopedHandle<ModuleTraits> ScopedModule;
+
+// C runtime streams of fopen and _wfsopen.
+struct FileStreamTraits {
+  typedef FILE* Handle;
+  static Handle Null() { return nullptr; }
+  static bool IsValid(Handle stream) { return stream != nullptr; }
+  static void Close(Handle stream) { fclose(stream); }
+};
+typedef ScopedHandle<FileStreamTraits> ScopedFile;
+
+// CryptoAPI: a provider context and a hash made in it (destroy the hash first).
+struct CryptContextTraits {
+  typedef HCRYPTPROV Handle;
+  static Handle Null() { return 0; }
+  static bool IsValid(Handle context) { return context != 0; }
+  static void Close(Handle context) { CryptReleaseContext(context, 0); }
+};
+typedef ScopedHandle<CryptContextTraits> ScopedCryptContext;
+
+struct CryptHashTraits {
+  typedef HCRYPTHASH Handle;
+  static Handle Null() { return 0; }
+  static bool IsValid(Handle hash) { return hash != 0; }
+  static void Close(Handle hash) { CryptDestroyHash(hash); }
+};
+typedef ScopedHandle<CryptHashTraits> ScopedCryptHash;
+
 // A counted COM reference.
 template <class T>
 struct ComTraits {
@@ -122,6 +164,39 @@ struct ComTraits {
 };
 template <class T>
 using ScopedCom = ScopedHandle<ComTraits<T>>;
+
+// A system string. Receive() takes what a COM call hands out.
+struct BstrTraits {
+  typedef BSTR Handle;
+  static Handle Null() { return nullptr; }
+  static bool IsValid(Handle text) { return text != nullptr; }
+  static void Close(Handle text) { SysFreeString(text); }
+};
+typedef ScopedHandle<BstrTraits> ScopedBstr;
+
+// A system string copied from text; null for null. Raises ComError(E_OUTOFMEMORY)
+// when it cannot be made. Where an old path went on with a null string instead,
+// it builds ScopedBstr(SysAllocString(text)) itself.
+inline ScopedBstr MakeBstr(const wchar_t* text) {
+  ScopedBstr copy(SysAllocString(text));
+  if (!copy && text != nullptr) throw ComError{E_OUTOFMEMORY};
+  return copy;
+}
+// The text of a system string; a null one reads as empty, as COM defines it.
+inline const wchar_t* BstrText(const ScopedBstr& text) { return text ? text.Get() : L""; }
+
+// An object of the CSelfFree family that is ours, released through its Free slot,
+// so the class that made it also frees it.
+template <class T>
+struct SelfFreeTraits {
+  static_assert(std::is_base_of<CSelfFree, T>::value, "Free is the slot of CSelfFree");
+  typedef T* Handle;
+  static Handle Null() { return nullptr; }
+  static bool IsValid(Handle object) { return object != nullptr; }
+  static void Close(Handle object) { object->Free(); }
+};
+template <class T>
+using ScopedSelfFree = ScopedHandle<SelfFreeTraits<T>>;
 
 // Heap texts made by _wcsdup, _strdup or calloc and released by free: the texts
 // commands keep from their attributes, and store names.

@@ -5,6 +5,8 @@
 #include <cwchar>
 #include <new>
 
+#include "engine/ScopedHandle.h"
+
 void CSelfFree::Free() { DeletingDestructor(1); }
 
 void* CSelfFree::DeletingDestructor(unsigned int flags) {
@@ -21,12 +23,9 @@ CString::~CString() {
 }
 
 CString* MakeString(const wchar_t* source) {
-  CString* value = new (std::nothrow) CString(source);
-  if (value != nullptr && value->text == nullptr) {
-    value->Free();
-    return nullptr;
-  }
-  return value;
+  ScopedSelfFree<CString> value(new (std::nothrow) CString(source));
+  if (value && value.Get()->text == nullptr) return nullptr;
+  return value.Release();
 }
 
 CBuffer::CBuffer(const void* source, uint64_t count) : data(nullptr), size(count) {

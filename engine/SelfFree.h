@@ -44,7 +44,9 @@ inline void SelfFreeRelease(CSelfFree* object) {
 }
 
 // Owned wide text: the value of a String_ variable. The text is always a private
-// copy made with _wcsdup and released with free.
+// copy made with _wcsdup and released with free. The field stays a raw pointer,
+// freed by the destructor: engine and plug-in read it as a plain field of the
+// store's value, as a host built by another compiler would.
 class CString : public CSelfFree {
  public:
   explicit CString(const wchar_t* source);
@@ -60,6 +62,7 @@ class CString : public CSelfFree {
 CString* MakeString(const wchar_t* source);
 
 // Owned bytes: the value of SelfFree_ variables that hold binary registry data.
+// Raw fields for the same reason as CString's.
 class CBuffer : public CSelfFree {
  public:
   CBuffer(const void* source, uint64_t count);

@@ -4,9 +4,11 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "engine/ScopedHandle.h"
+
 namespace {
 // The library's only state of its own: the engine's module and its two exports.
-HMODULE g_engineModule = nullptr;
+ScopedModule g_engineModule;
 StoreGetFn g_get = nullptr;
 StorePutFn g_put = nullptr;
 }  // namespace
@@ -14,19 +16,14 @@ StorePutFn g_put = nullptr;
 bool BindEngine() {
   // The engine is the process's main module when it is named Installer.exe;
   // LoadLibraryW then only takes a reference on it.
-  g_engineModule = LoadLibraryW(L"Installer.exe");
-  if (g_engineModule == nullptr) return false;
-  g_get = reinterpret_cast<StoreGetFn>(reinterpret_cast<void*>(GetProcAddress(g_engineModule, "Get")));
-  g_put = reinterpret_cast<StorePutFn>(reinterpret_cast<void*>(GetProcAddress(g_engineModule, "Put")));
+  g_engineModule.Reset(LoadLibraryW(L"Installer.exe"));
+  if (!g_engineModule) return false;
+  g_get = reinterpret_cast<StoreGetFn>(reinterpret_cast<void*>(GetProcAddress(g_engineModule.Get(), "Get")));
+  g_put = reinterpret_cast<StorePutFn>(reinterpret_cast<void*>(GetProcAddress(g_engineModule.Get(), "Put")));
   return true;
 }
 
-void UnbindEngine() {
-  if (g_engineModule != nullptr) {
-    FreeLibrary(g_engineModule);
-    g_engineModule = nullptr;
-  }
-}
+void UnbindEngine() { g_engineModule.Reset(); }
 
 StoreValue StoreGet(const char* name) { return g_get(name); }
 

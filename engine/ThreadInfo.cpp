@@ -38,6 +38,8 @@ ThreadInfoType* CreateThreadInfo(int32_t threadId, CRITICAL_SECTION* storeLock, 
   return info;
 }
 
+// The record is a plain C struct that the engine releases through its freeInfo
+// slot, so its handles and name are raw and released here by hand.
 void FreeThreadInfo(ThreadInfoType* info) {
   if (info == nullptr) return;
   HANDLE* handles[3] = {&info->threadHandle, &info->cancelEvent, &info->joinEvent};

@@ -10,14 +10,11 @@ VarName::VarName(const char* prefix, const wchar_t* bare, Narrowing narrowing) {
   if (bytes <= 0) return;
   if (narrowing == Narrowing::OneBytePerCharacter && static_cast<size_t>(bytes) != wcslen(bare) + 1) return;
   size_t prefixLength = strlen(prefix);
-  char* name = static_cast<char*>(calloc(prefixLength + bytes + 1, 1));
-  if (name == nullptr) return;
-  memcpy(name, prefix, prefixLength);
-  if (WideCharToMultiByte(CP_ACP, 0, bare, -1, name + prefixLength, bytes, nullptr, nullptr) == 0) {
-    free(name);
-    return;
-  }
-  Reset(name);
+  ScopedNarrowText name(static_cast<char*>(calloc(prefixLength + bytes + 1, 1)));
+  if (!name) return;
+  memcpy(name.Get(), prefix, prefixLength);
+  if (WideCharToMultiByte(CP_ACP, 0, bare, -1, name.Get() + prefixLength, bytes, nullptr, nullptr) == 0) return;
+  Reset(name.Release());
 }
 
 VarName::VarName(const char* prefix, const char* bare) {

@@ -1,7 +1,7 @@
 // MSXML 3.0 for the files of the language folder (XLIFF texts and language
-// files): the document class, a scoped owner for system strings, and the COM
-// initialisation around one file's load. COM references are held in the kit's
-// ScopedCom.
+// files): the document class and the COM initialisation around one file's load.
+// COM references and system strings are held in the kit's ScopedCom and
+// ScopedBstr.
 #pragma once
 
 #include <msxml2.h>
@@ -12,26 +12,6 @@
 // mingw declares these but does not define them.
 extern const CLSID kClsidDomDocument30;
 extern const IID kIidXmlDomDocument;
-
-// Owns one system string. Raises ComError(E_OUTOFMEMORY) when it cannot be made.
-class Bstr {
- public:
-  Bstr() = default;
-  explicit Bstr(const wchar_t* text);
-  ~Bstr() { SysFreeString(text_); }
-  Bstr(const Bstr&) = delete;
-  Bstr& operator=(const Bstr&) = delete;
-  BSTR* Out() {
-    SysFreeString(text_);
-    text_ = nullptr;
-    return &text_;
-  }
-  operator BSTR() const { return text_; }
-  const wchar_t* Text() const { return text_ != nullptr ? text_ : L""; }
-
- private:
-  BSTR text_ = nullptr;
-};
 
 // CoInitialize for the span of one file's load, balanced: CoUninitialize only
 // follows a CoInitialize that succeeded (a thread already in the multi-threaded

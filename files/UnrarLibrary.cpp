@@ -45,22 +45,21 @@ bool Bind(HMODULE module, const char* name, Fn* slot) {
 DWORD BindLibrary() {
   if (g_unrarModule != nullptr) return ERROR_SUCCESS;
   if (g_unrarPath.empty()) g_unrarPath = LibraryBesidePlugin();
-  HMODULE module = LoadLibraryExW(g_unrarPath.c_str(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH);
-  if (module == nullptr) {
+  ScopedModule module(LoadLibraryExW(g_unrarPath.c_str(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH));
+  if (!module) {
     DWORD error = GetLastError();
     return error != ERROR_SUCCESS ? error : ERROR_MOD_NOT_FOUND;
   }
   UnrarApi api = {};
-  if (!Bind(module, "RAROpenArchiveEx", &api.RAROpenArchiveEx) ||
-      !Bind(module, "RARCloseArchive", &api.RARCloseArchive) ||
-      !Bind(module, "RARReadHeaderEx", &api.RARReadHeaderEx) ||
-      !Bind(module, "RARProcessFile", &api.RARProcessFile) ||
-      !Bind(module, "RARProcessFileW", &api.RARProcessFileW)) {
-    FreeLibrary(module);
+  if (!Bind(module.Get(), "RAROpenArchiveEx", &api.RAROpenArchiveEx) ||
+      !Bind(module.Get(), "RARCloseArchive", &api.RARCloseArchive) ||
+      !Bind(module.Get(), "RARReadHeaderEx", &api.RARReadHeaderEx) ||
+      !Bind(module.Get(), "RARProcessFile", &api.RARProcessFile) ||
+      !Bind(module.Get(), "RARProcessFileW", &api.RARProcessFileW)) {
     return ERROR_PROC_NOT_FOUND;
   }
   g_unrarApi = api;
-  g_unrarModule = module;
+  g_unrarModule = module.Release();
   return ERROR_SUCCESS;
 }
 

@@ -30,7 +30,8 @@ const FailurePlan kServiceFailurePlan = {3600, kServiceActions, 4};
 }  // namespace
 
 int32_t CVltInstallCommand::Load(IXMLDOMNamedNodeMap* attributes) {
-  if (attributes != nullptr) attributes->Release();
+  // Load owns the reference it is given; this command reads nothing of it.
+  ScopedCom<IXMLDOMNamedNodeMap> unread(attributes);
   return kStatusOk;
 }
 

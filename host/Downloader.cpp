@@ -50,39 +50,37 @@ bool FileSize(const std::wstring& path, uint64_t* size) {
 // The MD5 of a file as 32 lower-case hex digits; empty when it cannot be read.
 std::wstring FileMd5(const std::wstring& path) {
   std::wstring digest;
-  HCRYPTPROV provider = 0;
-  if (!CryptAcquireContextW(&provider, nullptr, nullptr, PROV_RSA_FULL, CRYPT_VERIFYCONTEXT)) return digest;
-  HCRYPTHASH hash = 0;
-  HANDLE file = CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr);
-  if (file != INVALID_HANDLE_VALUE && CryptCreateHash(provider, CALG_MD5, 0, 0, &hash)) {
+  ScopedCryptContext provider;
+  if (!CryptAcquireContextW(provider.Receive(), nullptr, nullptr, PROV_RSA_FULL, CRYPT_VERIFYCONTEXT)) return digest;
+  ScopedKernelHandle file(
+      CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr));
+  // Declared after the provider: the hash is destroyed before its context.
+  ScopedCryptHash hash;
+  if (file && CryptCreateHash(provider.Get(), CALG_MD5, 0, 0, hash.Receive())) {
     std::vector<BYTE> block(kBlock);
     DWORD read = 0;
     bool ok = true;
-    while (ok && ReadFile(file, block.data(), kBlock, &read, nullptr) && read != 0) {
-      ok = CryptHashData(hash, block.data(), read, 0) != FALSE;
+    while (ok && ReadFile(file.Get(), block.data(), kBlock, &read, nullptr) && read != 0) {
+      ok = CryptHashData(hash.Get(), block.data(), read, 0) != FALSE;
     }
     BYTE value[16];
     DWORD length = sizeof(value);
-    if (ok && CryptGetHashParam(hash, HP_HASHVAL, value, &length, 0) && length == 16) {
+    if (ok && CryptGetHashParam(hash.Get(), HP_HASHVAL, value, &length, 0) && length == 16) {
       wchar_t hex[33];
       for (int i = 0; i < 16; ++i) swprintf_s(hex + 2 * i, 3, L"%02x", value[i]);
       digest = hex;
     }
-    CryptDestroyHash(hash);
   }
-  if (file != INVALID_HANDLE_VALUE) CloseHandle(file);
-  CryptReleaseContext(provider, 0);
   return digest;
 }
 
 // The digest at the start of a checksum file, in the form md5sum writes
 // ("<32 hex digits>  <name>") or alone; empty when there is none.
 std::wstring ChecksumOf(const std::wstring& path) {
-  FILE* file = _wfopen(path.c_str(), L"rb");
-  if (file == nullptr) return std::wstring();
+  ScopedFile file(_wfopen(path.c_str(), L"rb"));
+  if (!file) return std::wstring();
   char text[64] = {};
-  size_t read = fread(text, 1, sizeof(text) - 1, file);
-  fclose(file);
+  size_t read = fread(text, 1, sizeof(text) - 1, file.Get());
   size_t start = 0;
   while (start < read && isspace(static_cast<unsigned char>(text[start]))) ++start;
   std::wstring digest;
@@ -105,9 +103,6 @@ void Progress(CFileSizeInfo* progress, uint64_t done, uint64_t total, bool total
   if (progress->progressEvent) SetEvent(progress->progressEvent.Get());
 }
 
-// The connection and the request of one transfer; the session is the downloader's.
-typedef ScopedHandle<InternetHandleTraits<WinHttpCloseHandle>> ScopedInternetHandle;
-
 std::wstring ErrorText(const wchar_t* what, DWORD error) {
   return std::wstring(what) + L" failed with error " + std::to_wstring(error);
 }
@@ -125,25 +120,18 @@ std::wstring DownloadSource(const std::wstring& location, const std::wstring& na
   return path + name;
 }
 
-CDownloaderApi::CDownloaderApi() {
+CDownloaderApi::CDownloaderApi() : stop_(CreateEventW(nullptr, TRUE, FALSE, nullptr)) {
   InitializeCriticalSection(&lock_);
-  stop_ = CreateEventW(nullptr, TRUE, FALSE, nullptr);
 }
 
 CDownloaderApi::~CDownloaderApi() {
-  SetEvent(stop_);
+  SetEvent(stop_.Get());
   EnterCriticalSection(&lock_);
-  std::vector<Transfer*> transfers;
+  std::vector<std::unique_ptr<Transfer>> transfers;
   transfers.swap(transfers_);
   LeaveCriticalSection(&lock_);
-  for (Transfer* transfer : transfers) {
-    WaitForSingleObject(transfer->thread, INFINITE);
-    CloseHandle(transfer->thread);
-    transfer->record->Free();
-    delete transfer;
-  }
-  if (session_ != nullptr) WinHttpCloseHandle(session_);
-  CloseHandle(stop_);
+  // Every thread has ended before the first transfer goes with its record.
+  for (const std::unique_ptr<Transfer>& transfer : transfers) WaitForSingleObject(transfer->thread.Get(), INFINITE);
   DeleteCriticalSection(&lock_);
 }
 
@@ -152,28 +140,28 @@ bool CDownloaderApi::AddFile(CFileInfo* file, CFileInfo** result, bool) {
   if (file == nullptr || result == nullptr) return false;
   CFileInfo* record = CFileInfo::CloneOf(file);
   if (record == nullptr) return false;
-  auto* transfer = new Transfer{this, record, nullptr};
+  auto* transfer = new Transfer{this, ScopedSelfFree<CFileInfo>(record), ScopedKernelHandle()};
   EnterCriticalSection(&lock_);
-  transfers_.push_back(transfer);
+  transfers_.emplace_back(transfer);
   LeaveCriticalSection(&lock_);
   // The record is the caller's to read as long as the downloader lives.
   *result = record;
   if (record->sizeInfo != nullptr) record->sizeInfo->WriteStatus(kDownloadQueued);
-  transfer->thread = CreateThread(nullptr, 0, Run, transfer, 0, nullptr);
-  if (transfer->thread == nullptr) {
+  transfer->thread.Reset(CreateThread(nullptr, 0, Run, transfer, 0, nullptr));
+  if (!transfer->thread) {
     HostLog(L"Downloader: cannot start a transfer for '%s' (error %u).\n", record->fileName.Get(),
             static_cast<unsigned>(GetLastError()));
     if (record->sizeInfo != nullptr) record->sizeInfo->WriteStatus(kDownloadFailed);
     SetEvent(record->readyEvent);
     // The destructor waits on the thread: give it one that has ended.
-    transfer->thread = CreateEventW(nullptr, TRUE, TRUE, nullptr);
+    transfer->thread.Reset(CreateEventW(nullptr, TRUE, TRUE, nullptr));
   }
   return true;
 }
 
 DWORD WINAPI CDownloaderApi::Run(LPVOID parameter) {
   auto* transfer = static_cast<Transfer*>(parameter);
-  CFileInfo* record = transfer->record;
+  CFileInfo* record = transfer->record.Get();
   uint32_t status = transfer->owner->Fetch(record);
   if (record->sizeInfo != nullptr) record->sizeInfo->WriteStatus(status);
   SetEvent(record->readyEvent);
@@ -275,12 +263,12 @@ bool CDownloaderApi::GetHttp(const std::wstring& url, const std::wstring& path, 
   if (object.empty()) object = L"/";
 
   EnterCriticalSection(&lock_);
-  if (session_ == nullptr) {
-    session_ =
-        WinHttpOpen(L"Installer", WINHTTP_ACCESS_TYPE_DEFAULT_PROXY, WINHTTP_NO_PROXY_NAME, WINHTTP_NO_PROXY_BYPASS, 0);
-    if (session_ != nullptr) WinHttpSetTimeouts(session_, 10000, 10000, 30000, 30000);
+  if (!session_) {
+    session_.Reset(
+        WinHttpOpen(L"Installer", WINHTTP_ACCESS_TYPE_DEFAULT_PROXY, WINHTTP_NO_PROXY_NAME, WINHTTP_NO_PROXY_BYPASS, 0));
+    if (session_) WinHttpSetTimeouts(session_.Get(), 10000, 10000, 30000, 30000);
   }
-  HINTERNET session = session_;
+  HINTERNET session = session_.Get();
   LeaveCriticalSection(&lock_);
   if (session == nullptr) {
     *failure = ErrorText(L"WinHttpOpen", GetLastError());
@@ -323,8 +311,9 @@ bool CDownloaderApi::GetHttp(const std::wstring& url, const std::wstring& path, 
                                         contentLength, &length, WINHTTP_NO_HEADER_INDEX) != FALSE;
   uint64_t total = totalKnown ? _wcstoui64(contentLength, nullptr, 10) : 0;
 
-  HANDLE file = CreateFileW(path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
-  if (file == INVALID_HANDLE_VALUE) {
+  ScopedKernelHandle file(
+      CreateFileW(path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
+  if (!file) {
     *failure = ErrorText(L"creating the file", GetLastError());
     return false;
   }
@@ -333,7 +322,7 @@ bool CDownloaderApi::GetHttp(const std::wstring& url, const std::wstring& path, 
   bool ok = true;
   Progress(progress, 0, total, totalKnown);
   for (;;) {
-    if (WaitForSingleObject(stop_, 0) == WAIT_OBJECT_0) {
+    if (WaitForSingleObject(stop_.Get(), 0) == WAIT_OBJECT_0) {
       *failure = L"the engine is shutting down";
       ok = false;
       break;
@@ -346,7 +335,7 @@ bool CDownloaderApi::GetHttp(const std::wstring& url, const std::wstring& path, 
     }
     if (read == 0) break;
     DWORD written = 0;
-    if (!WriteFile(file, block.data(), read, &written, nullptr) || written != read) {
+    if (!WriteFile(file.Get(), block.data(), read, &written, nullptr) || written != read) {
       *failure = ErrorText(L"writing", GetLastError());
       ok = false;
       break;
@@ -354,7 +343,6 @@ bool CDownloaderApi::GetHttp(const std::wstring& url, const std::wstring& path, 
     done += read;
     Progress(progress, done, total, totalKnown);
   }
-  CloseHandle(file);
   if (ok && totalKnown && done != total) {
     *failure = L"the connection ended after " + std::to_wstring(done) + L" of " + std::to_wstring(total) + L" bytes";
     ok = false;

@@ -20,10 +20,15 @@
 #include <windows.h>
 #include <winhttp.h>
 
+#include <memory>
 #include <string>
 #include <vector>
 
+#include "engine/ScopedHandle.h"
 #include "engine/interfaces/Downloads.h"
+
+// WinHTTP's handles: the session, and a transfer's connection and request.
+typedef ScopedHandle<InternetHandleTraits<WinHttpCloseHandle>> ScopedInternetHandle;
 
 class CDownloaderApi : public IDownloaderApi {
  public:
@@ -35,10 +40,11 @@ class CDownloaderApi : public IDownloaderApi {
   SELFFREE_DESTRUCTOR(CDownloaderApi)
 
  private:
+  // The thread goes before the record it works on.
   struct Transfer {
     CDownloaderApi* owner;
-    CFileInfo* record;
-    HANDLE thread;
+    ScopedSelfFree<CFileInfo> record;
+    ScopedKernelHandle thread;
   };
   static DWORD WINAPI Run(LPVOID parameter);
   uint32_t Fetch(CFileInfo* record);
@@ -49,9 +55,9 @@ class CDownloaderApi : public IDownloaderApi {
                bool* missing);
 
   CRITICAL_SECTION lock_;
-  HANDLE stop_;
-  HINTERNET session_ = nullptr;
-  std::vector<Transfer*> transfers_;
+  ScopedKernelHandle stop_;
+  ScopedInternetHandle session_;
+  std::vector<std::unique_ptr<Transfer>> transfers_;
 };
 
 // The address or path of name at location: "<location>/<name>" for web

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "engine/Format.h"
+#include "engine/ScopedHandle.h"
 #include "host/VariableStore.h"
 
 CPlainDecrypter::CPlainDecrypter() { InitializeCriticalSection(&lock_); }
@@ -24,12 +25,11 @@ CTraceLogger::CTraceLogger() { InitializeCriticalSection(&lock_); }
 CTraceLogger::~CTraceLogger() { DeleteCriticalSection(&lock_); }
 
 void CTraceLogger::Log(const wchar_t* format, va_list args) {
-  wchar_t* line = FormatWideV(format, args);
-  if (line == nullptr) return;
-  int bytes = WideCharToMultiByte(CP_UTF8, 0, line, -1, nullptr, 0, nullptr, nullptr);
+  ScopedText line(FormatWideV(format, args));
+  if (!line) return;
+  int bytes = WideCharToMultiByte(CP_UTF8, 0, line.Get(), -1, nullptr, 0, nullptr, nullptr);
   std::string text(bytes > 0 ? bytes - 1 : 0, '\0');
-  if (bytes > 1) WideCharToMultiByte(CP_UTF8, 0, line, -1, &text[0], bytes, nullptr, nullptr);
-  free(line);
+  if (bytes > 1) WideCharToMultiByte(CP_UTF8, 0, line.Get(), -1, &text[0], bytes, nullptr, nullptr);
   if (text.empty() || text.back() != '\n') text.push_back('\n');
   EnterCriticalSection(&lock_);
   fwrite(text.data(), 1, text.size(), stderr);
@@ -41,21 +41,19 @@ void CTraceLogger::StartThreadLog(const wchar_t*, bool) {}
 
 void CTraceLogger::SetLogKey(const char*) {}
 
-CTeeLogger::~CTeeLogger() { inner_->Free(); }
-
 void CTeeLogger::Log(const wchar_t* format, va_list args) {
   va_list copy;
   va_copy(copy, args);
   trace_->Log(format, copy);
   va_end(copy);
-  inner_->Log(format, args);
+  inner_.Get()->Log(format, args);
 }
 
 void CTeeLogger::StartThreadLog(const wchar_t* description, bool isMain) {
-  inner_->StartThreadLog(description, isMain);
+  inner_.Get()->StartThreadLog(description, isMain);
 }
 
-void CTeeLogger::SetLogKey(const char* key) { inner_->SetLogKey(key); }
+void CTeeLogger::SetLogKey(const char* key) { inner_.Get()->SetLogKey(key); }
 
 uint32_t CAutoAnswerMessageBox::ShowMessage(const wchar_t* text, const wchar_t* title, uint32_t buttons,
                                            uint32_t icon, uintptr_t, uintptr_t) {

@@ -10,6 +10,7 @@
 
 #include "engine/interfaces/HostInterfaces.h"
 #include "engine/Log.h"
+#include "engine/ScopedHandle.h"
 #include "engine/interfaces/MessageBoxProvider.h"
 
 // The reference engine's scripts are plain text, so Decrypt gives the text back.
@@ -50,7 +51,6 @@ class CTraceLogger : public ILoggerApi {
 class CTeeLogger : public ILoggerApi {
  public:
   CTeeLogger(ILoggerApi* trace, ILoggerApi* inner) : trace_(trace), inner_(inner) {}
-  ~CTeeLogger();
   void Log(const wchar_t* format, va_list args) override;
   void StartThreadLog(const wchar_t* description, bool isMain) override;
   void SetLogKey(const char* key) override;
@@ -58,8 +58,8 @@ class CTeeLogger : public ILoggerApi {
   SELFFREE_DESTRUCTOR(CTeeLogger)
 
  private:
-  ILoggerApi* trace_;
-  ILoggerApi* inner_;
+  ILoggerApi* trace_;  // the engine's, released with the engine's own objects
+  ScopedSelfFree<ILoggerApi> inner_;
 };
 
 // The message box provider of runs without a desktop: the message goes to

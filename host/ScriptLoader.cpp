@@ -12,17 +12,20 @@ namespace {
 typedef CInstallCommand* (*CommandFactory)();
 
 std::wstring AttributeText(IXMLDOMElement* element, const wchar_t* name, bool* present) {
-  Bstr attributeName(name);
+  ScopedBstr attributeName = MakeBstr(name);
+  // The variant is the callee's to fill: VariantClear releases whatever it holds.
   VARIANT value;
   VariantInit(&value);
-  *present = element->getAttribute(attributeName, &value) == S_OK && value.vt == VT_BSTR;
+  *present = element->getAttribute(attributeName.Get(), &value) == S_OK && value.vt == VT_BSTR;
   std::wstring text = *present ? std::wstring(value.bstrVal) : std::wstring();
   VariantClear(&value);
   return text;
 }
 
+typedef std::vector<ScopedCom<IXMLDOMElement>> ElementList;
+
 // The element children of node, in document order.
-bool ElementChildren(IXMLDOMNode* node, std::vector<IXMLDOMElement*>* elements) {
+bool ElementChildren(IXMLDOMNode* node, ElementList* elements) {
   ScopedCom<IXMLDOMNodeList> children;
   if (node->get_childNodes(children.Receive()) != S_OK) return false;
   long count = 0;
@@ -33,35 +36,30 @@ bool ElementChildren(IXMLDOMNode* node, std::vector<IXMLDOMElement*>* elements) 
     DOMNodeType type;
     child.Get()->get_nodeType(&type);
     if (type != NODE_ELEMENT) continue;
-    IXMLDOMElement* element = nullptr;
-    if (child.Get()->QueryInterface(IID_IXMLDOMElement, reinterpret_cast<void**>(&element)) == S_OK) {
-      elements->push_back(element);
+    ScopedCom<IXMLDOMElement> element;
+    if (child.Get()->QueryInterface(IID_IXMLDOMElement, reinterpret_cast<void**>(element.Receive())) == S_OK) {
+      elements->push_back(std::move(element));
     }
   }
   return true;
 }
 
-void ReleaseAll(std::vector<IXMLDOMElement*>* elements) {
-  for (IXMLDOMElement* element : *elements) element->Release();
-  elements->clear();
-}
-
 std::wstring NodeName(IXMLDOMNode* node) {
-  Bstr name;
-  node->get_nodeName(name.Out());
-  return name.Text();
+  ScopedBstr name;
+  node->get_nodeName(name.Receive());
+  return BstrText(name);
 }
 
 bool ReadVariables(IXMLDOMElement* section, const std::wstring& path, LoadedScript* script, std::wstring* error) {
-  std::vector<IXMLDOMElement*> elements;
+  ElementList elements;
   ElementChildren(section, &elements);
   bool ok = true;
   for (size_t i = 0; i < elements.size() && ok; ++i) {
     bool hasName = false;
     bool hasValue = false;
-    std::wstring name = AttributeText(elements[i], L"name", &hasName);
-    std::wstring value = AttributeText(elements[i], L"value", &hasValue);
-    if (NodeName(elements[i]) != L"variable" || !hasName || !hasValue) {
+    std::wstring name = AttributeText(elements[i].Get(), L"name", &hasName);
+    std::wstring value = AttributeText(elements[i].Get(), L"value", &hasValue);
+    if (NodeName(elements[i].Get()) != L"variable" || !hasName || !hasValue) {
       *error = L"script '" + path + L"': variable #" + std::to_wstring(i + 1) +
                L" must be <variable name=\"...\" value=\"...\"/>";
       ok = false;
@@ -72,7 +70,6 @@ bool ReadVariables(IXMLDOMElement* section, const std::wstring& path, LoadedScri
       script->variables.emplace_back(name, value);
     }
   }
-  ReleaseAll(&elements);
   return ok;
 }
 
@@ -89,8 +86,8 @@ CInstallCommand* MakeCommand(IXMLDOMElement* element, size_t position, HMODULE p
              L")";
     return nullptr;
   }
-  CInstallCommand* command = factory();
-  if (command == nullptr) {
+  ScopedSelfFree<CInstallCommand> command(factory());
+  if (!command) {
     *error = where + L": the factory returned no command (out of memory)";
     return nullptr;
   }
@@ -99,25 +96,24 @@ CInstallCommand* MakeCommand(IXMLDOMElement* element, size_t position, HMODULE p
   int32_t status = 0;
   try {
     // Load releases the reference it is given.
-    status = command->Load(attributes.Release());
+    status = command.Get()->Load(attributes.Release());
   } catch (const ComError& failure) {
     status = failure.hr;
   }
   if (status != 0) {
     *error = where + L": Load failed with status " + std::to_wstring(status) +
              (status == 1 ? L" (a required attribute is missing)" : L"");
-    command->Free();
     return nullptr;
   }
   // Some commands never read index and next themselves; give the engine's raw
   // reading a chance, then fall back to the element's position.
-  if (command->GetIndex() == -1) {
+  if (command.Get()->GetIndex() == -1) {
     ScopedCom<IXMLDOMNamedNodeMap> raw;
     element->get_attributes(raw.Receive());
-    command->LoadIndexes(raw.Get());
+    command.Get()->LoadIndexes(raw.Get());
   }
-  if (command->GetIndex() == -1) command->SetIndex(static_cast<int32_t>(position));
-  return command;
+  if (command.Get()->GetIndex() == -1) command.Get()->SetIndex(static_cast<int32_t>(position));
+  return command.Release();
 }
 
 }  // namespace
@@ -146,25 +142,27 @@ bool LoadDocument(const std::wstring& path, const std::wstring* text, ScopedCom<
   document->Get()->put_async(VARIANT_FALSE);
   VARIANT_BOOL loaded = VARIANT_FALSE;
   if (text != nullptr) {
-    Bstr xml(text->c_str());
-    hr = document->Get()->loadXML(xml, &loaded);
+    ScopedBstr xml = MakeBstr(text->c_str());
+    hr = document->Get()->loadXML(xml.Get(), &loaded);
   } else {
+    // A path that cannot be made a system string is loaded as null, which fails.
+    ScopedBstr file(SysAllocString(path.c_str()));
+    // The variant only lends the string to the call.
     VARIANT source;
     VariantInit(&source);
     source.vt = VT_BSTR;
-    source.bstrVal = SysAllocString(path.c_str());
+    source.bstrVal = file.Get();
     hr = document->Get()->load(source, &loaded);
-    VariantClear(&source);
   }
   if (hr == S_OK && loaded == VARIANT_TRUE) return true;
   std::wstring reason;
   ScopedCom<IXMLDOMParseError> parseError;
   if (document->Get()->get_parseError(parseError.Receive()) == S_OK && parseError.Get() != nullptr) {
-    Bstr why;
+    ScopedBstr why;
     long line = 0;
-    parseError.Get()->get_reason(why.Out());
+    parseError.Get()->get_reason(why.Receive());
     parseError.Get()->get_line(&line);
-    reason = why.Text();
+    reason = BstrText(why);
     while (!reason.empty() && (reason.back() == L'\n' || reason.back() == L'\r')) reason.pop_back();
     if (line > 0) reason += L" at line " + std::to_wstring(line);
   }
@@ -203,16 +201,16 @@ bool ReadScript(const std::wstring& path, IXMLDOMDocument* document, HMODULE plu
     *error = L"script '" + path + L"': the root element must be <install>";
     return false;
   }
-  std::vector<IXMLDOMElement*> sections;
+  ElementList sections;
   ElementChildren(root.Get(), &sections);
-  IXMLDOMElement* commandsSection = nullptr;
+  IXMLDOMElement* commandsSection = nullptr;  // one of sections
   bool ok = true;
-  for (IXMLDOMElement* section : sections) {
-    std::wstring name = NodeName(section);
+  for (const ScopedCom<IXMLDOMElement>& section : sections) {
+    std::wstring name = NodeName(section.Get());
     if (name == L"variables") {
-      ok = ok && ReadVariables(section, path, script, error);
+      ok = ok && ReadVariables(section.Get(), path, script, error);
     } else if (name == L"commands" && commandsSection == nullptr) {
-      commandsSection = section;
+      commandsSection = section.Get();
     }
   }
   if (ok && commandsSection == nullptr) {
@@ -221,21 +219,21 @@ bool ReadScript(const std::wstring& path, IXMLDOMDocument* document, HMODULE plu
   }
 
   CommandMap* commands = new CommandMap();
-  std::vector<IXMLDOMElement*> elements;
+  ElementList elements;
   if (ok) ElementChildren(commandsSection, &elements);
   if (ok && elements.empty()) {
     *error = L"script '" + path + L"': <commands> holds no command";
     ok = false;
   }
   for (size_t i = 0; ok && i < elements.size(); ++i) {
-    std::wstring where = L"script '" + path + L"', element <" + NodeName(elements[i]) + L"> (command #" +
+    std::wstring where = L"script '" + path + L"', element <" + NodeName(elements[i].Get()) + L"> (command #" +
                          std::to_wstring(i + 1) + L")";
-    CInstallCommand* command = MakeCommand(elements[i], i + 1, plugin, where, error);
-    if (command == nullptr) {
+    ScopedSelfFree<CInstallCommand> command(MakeCommand(elements[i].Get(), i + 1, plugin, where, error));
+    if (!command) {
       ok = false;
       break;
     }
-    int32_t index = command->GetIndex();
+    int32_t index = command.Get()->GetIndex();
     if (index == 0) {
       *error = where + L": index 0 is the end marker and cannot name a command";
       ok = false;
@@ -244,12 +242,9 @@ bool ReadScript(const std::wstring& path, IXMLDOMDocument* document, HMODULE plu
                L"> already";
       ok = false;
     }
-    if (!ok) {
-      command->Free();
-      break;
-    }
-    (*commands)[index] = command;
-    script->elementNames[index] = NodeName(elements[i]);
+    if (!ok) break;
+    (*commands)[index] = command.Release();
+    script->elementNames[index] = NodeName(elements[i].Get());
     if (i == 0) script->entry = index;
   }
   if (ok) {
@@ -263,8 +258,6 @@ bool ReadScript(const std::wstring& path, IXMLDOMDocument* document, HMODULE plu
       }
     }
   }
-  ReleaseAll(&elements);
-  ReleaseAll(&sections);
   if (!ok) {
     FreeCommands(commands);
     script->elementNames.clear();

@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "engine/interfaces/ErrorCollector.h"
+#include "engine/ScopedHandle.h"
 #include "engine/SelfFree.h"
 #include "host/Downloader.h"
 #include "host/HostServices.h"
@@ -35,6 +36,8 @@ enum ExitCode : int {
   kExitCancelled = 1223,       // ERROR_CANCELLED
 };
 
+// The run's cancel event for the console handler; owned by the run, and the handler
+// is gone before the event is.
 HANDLE g_cancelEvent = nullptr;
 const WORD kEmbeddedScriptId = 20003;
 
@@ -158,8 +161,10 @@ int Run(const HostOptions& options) {
   std::set<CSelfFree*> owned = {decrypter, lists, downloader};
   if (trace != nullptr) owned.insert(trace);
 
-  HMODULE plugin = LoadLibraryW(pluginPath.c_str());
-  if (plugin == nullptr) {
+  // Freed when Run returns: every way out releases the store, and with it what the
+  // plug-in made, first.
+  ScopedModule plugin(LoadLibraryW(pluginPath.c_str()));
+  if (!plugin) {
     Fail(L"cannot load the plug-in library '" + pluginPath + L"' (error " + std::to_wstring(GetLastError()) + L")");
     ReleaseStore(owned);
     return kExitNoPlugin;
@@ -168,41 +173,37 @@ int Run(const HostOptions& options) {
   // Resource modules: the plug-in's own, the engine's (Installer.exe), and a
   // language module when /langdll= names one. A language module is loaded as data
   // only: nothing of it runs.
-  store.Put("HMODULE_CurrentDll", reinterpret_cast<StoreValue>(plugin));
+  store.Put("HMODULE_CurrentDll", reinterpret_cast<StoreValue>(plugin.Get()));
   store.Put("HMODULE_AdditionalDll", reinterpret_cast<StoreValue>(GetModuleHandleW(nullptr)));
-  HMODULE langDll = nullptr;
+  ScopedModule langDll;
   if (!options.langDll.empty()) {
-    langDll = LoadLibraryExW(options.langDll.c_str(), nullptr,
-                             LOAD_LIBRARY_AS_DATAFILE | LOAD_LIBRARY_AS_IMAGE_RESOURCE);
-    if (langDll == nullptr) {
+    langDll.Reset(LoadLibraryExW(options.langDll.c_str(), nullptr,
+                                 LOAD_LIBRARY_AS_DATAFILE | LOAD_LIBRARY_AS_IMAGE_RESOURCE));
+    if (!langDll) {
       Fail(L"cannot load the language module '" + options.langDll + L"' (error " + std::to_wstring(GetLastError()) +
            L"); going on without it");
     }
-    store.Put("HMODULE_LangDll", reinterpret_cast<StoreValue>(langDll));
+    store.Put("HMODULE_LangDll", reinterpret_cast<StoreValue>(langDll.Get()));
   }
 
   LoadedScript script;
   std::wstring error;
   bool loaded = false;
   if (!options.script.empty()) {
-    loaded = LoadScript(options.script, plugin, &script, &error);
+    loaded = LoadScript(options.script, plugin.Get(), &script, &error);
   } else {
     std::wstring embedded;
-    if (!EmbeddedScript(plugin, &embedded)) {
+    if (!EmbeddedScript(plugin.Get(), &embedded)) {
       Fail(L"no script given, and the plug-in library '" + pluginPath + L"' carries none");
       PrintUtf8(stderr, kUsage);
       ReleaseStore(owned);
-      FreeLibrary(plugin);
-      if (langDll != nullptr) FreeLibrary(langDll);
       return kExitBadCommandLine;
     }
-    loaded = LoadScriptText(embedded, L"<embedded script>", plugin, &script, &error);
+    loaded = LoadScriptText(embedded, L"<embedded script>", plugin.Get(), &script, &error);
   }
   if (!loaded) {
     Fail(error);
     ReleaseStore(owned);
-    FreeLibrary(plugin);
-    if (langDll != nullptr) FreeLibrary(langDll);
     return kExitBadScript;
   }
   for (auto& variable : script.variables) PutPreset(variable.first, variable.second);
@@ -211,7 +212,8 @@ int Run(const HostOptions& options) {
 
   CRITICAL_SECTION storeLock;
   InitializeCriticalSection(&storeLock);
-  g_cancelEvent = CreateEventW(nullptr, TRUE, FALSE, nullptr);
+  ScopedKernelHandle cancelEvent(CreateEventW(nullptr, TRUE, FALSE, nullptr));
+  g_cancelEvent = cancelEvent.Get();
   SetConsoleCtrlHandler(OnConsoleControl, TRUE);
 
   WalkOutcome outcome = WalkCommands(*script.commands, script.entry, g_cancelEvent, &storeLock);
@@ -239,10 +241,8 @@ int Run(const HostOptions& options) {
   ReleaseStore(owned);
   store.SetPutFilter("SelfFree_LoggerApi", nullptr);
   store.SetPutFilter("MessageBox", nullptr);
-  CloseHandle(g_cancelEvent);
+  g_cancelEvent = nullptr;
   DeleteCriticalSection(&storeLock);
-  FreeLibrary(plugin);
-  if (langDll != nullptr) FreeLibrary(langDll);
   return exitCode;
 }
 

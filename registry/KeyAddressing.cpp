@@ -95,18 +95,16 @@ bool DeleteRegistryTree(HKEY root, const wchar_t* subkey) {
     LogMessage(regtext::kTreeWholeRoot);
     return false;
   }
-  HMODULE advapi = LoadLibraryW(L"Advapi32");
+  ScopedModule advapi(LoadLibraryW(L"Advapi32"));
   RegDeleteKeyExFn deleteKeyEx =
-      advapi != nullptr
-          ? reinterpret_cast<RegDeleteKeyExFn>(reinterpret_cast<void*>(GetProcAddress(advapi, "RegDeleteKeyExW")))
-          : nullptr;
+      advapi ? reinterpret_cast<RegDeleteKeyExFn>(
+                   reinterpret_cast<void*>(GetProcAddress(advapi.Get(), "RegDeleteKeyExW")))
+             : nullptr;
   // A longer path is cut, not refused: the delete then reports a key that is not
   // there, which is true of the cut path.
   wchar_t path[kTreePathCapacity] = {};
   wcsncpy(path, subkey, kTreePathCapacity - 1);
-  bool deleted = DeleteTreeRecurse(root, path, deleteKeyEx);
-  if (advapi != nullptr) FreeLibrary(advapi);
-  return deleted;
+  return DeleteTreeRecurse(root, path, deleteKeyEx);
 }
 
 void UserHiveWalk(int32_t commandIndex, const wchar_t* commandName, const wchar_t* rootMessage,

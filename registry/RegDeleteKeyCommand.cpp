@@ -22,11 +22,11 @@ int32_t CRegDeleteKeyCommand::Execute(HANDLE, CRITICAL_SECTION*) {
   ExpandSubkey();
   LogMessage(regtext::kDeleteKeyBegin, index, kTag, subkey.Get(),
              recursive ? regtext::kRecursiveTrue : regtext::kRecursiveFalse);
-  HMODULE advapi = LoadLibraryW(L"Advapi32");
+  ScopedModule advapi(LoadLibraryW(L"Advapi32"));
   RegDeleteKeyExFn deleteKeyEx =
-      advapi != nullptr
-          ? reinterpret_cast<RegDeleteKeyExFn>(reinterpret_cast<void*>(GetProcAddress(advapi, "RegDeleteKeyExW")))
-          : nullptr;
+      advapi ? reinterpret_cast<RegDeleteKeyExFn>(
+                   reinterpret_cast<void*>(GetProcAddress(advapi.Get(), "RegDeleteKeyExW")))
+             : nullptr;
   if (!allUsers) {
     if (recursive) {
       if (!DeleteRegistryTree(root, subkey.Get())) LogMessage(regtext::kDeleteTreeFailed, index, kTag, subkey.Get());
@@ -47,6 +47,5 @@ int32_t CRegDeleteKeyCommand::Execute(HANDLE, CRITICAL_SECTION*) {
       }
     });
   }
-  if (advapi != nullptr) FreeLibrary(advapi);
   return frame.Done();
 }

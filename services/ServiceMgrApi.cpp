@@ -1,6 +1,7 @@
 #include "services/ServiceMgrApi.h"
 
 #include <string>
+#include <utility>
 
 #include "engine/Log.h"
 #include "engine/ScopedHandle.h"
@@ -29,10 +30,10 @@ const wchar_t* DependencyList(const wchar_t* dependencies, std::wstring* list) {
 }  // namespace
 
 void CloseServiceHandles(ServiceHandles* handles) {
-  if (handles->scManager != nullptr) CloseServiceHandle(handles->scManager);
-  handles->scManager = nullptr;
-  if (handles->service != nullptr) CloseServiceHandle(handles->service);
-  handles->service = nullptr;
+  // The record is the interface's and holds raw handles. Taken over here, they
+  // close in the reverse order of these lines: the manager first.
+  ScopedServiceHandle service(std::exchange(handles->service, nullptr));
+  ScopedServiceHandle manager(std::exchange(handles->scManager, nullptr));
 }
 
 void* IServiceMgrApi::DeletingDestructor(unsigned int flags) {

@@ -17,7 +17,8 @@ CFileInfo* CFileInfo::CloneOf(const CFileInfo* source) {
   if (source == nullptr) return nullptr;
   CFileInfo* clone = new (std::nothrow) CFileInfo();
   if (clone == nullptr) return nullptr;
-  if (clone->readyEvent != nullptr) clone->platform->CloseHandle(clone->readyEvent);
+  // The clone waits on the source's event; the one its constructor made goes.
+  ScopedKernelHandle own(clone->readyEvent);
   clone->readyEvent = source->readyEvent;
   clone->replaceExisting = source->replaceExisting;
   clone->verifyChecksum = source->verifyChecksum;

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <map>
 
+#include "engine/ComError.h"
 #include "engine/SelfFree.h"
 
 class CInstallCommand;
@@ -46,7 +47,5 @@ class MultiStringApi : public CSelfFree {
   virtual MultiStringList* CreateList() = 0;  // slot 2
 };
 
-// Raised while reading attributes when MSXML hands back a null reference.
-struct ComError {
-  long hr;
-};
+// ComError, raised while reading attributes, is the engine's own (engine/ComError.h)
+// and reaches both sides through here.
