@@ -4,17 +4,8 @@
 
 namespace {
 
-int ServerPort() {
-  std::string text = ReadAll(ProgramFolder() + L"..\\http.port");
-  return atoi(text.c_str());
-}
-
-struct BoundedJob {
-  std::function<void()> work;
-};
-
-DWORD WINAPI RunBoundedJob(LPVOID parameter) {
-  static_cast<BoundedJob*>(parameter)->work();
+DWORD WINAPI RunWork(LPVOID work) {
+  (*static_cast<const std::function<void()>*>(work))();
   return 0;
 }
 
@@ -32,37 +23,28 @@ std::string LanguageFile(const std::string& languages) {
 }
 
 void Bounded(const std::function<void()>& work, DWORD timeoutMs) {
-  auto* job = new BoundedJob{work};
-  HANDLE thread = CreateThread(nullptr, 0, RunBoundedJob, job, 0, nullptr);
+  HANDLE thread = CreateThread(nullptr, 0, RunWork, const_cast<std::function<void()>*>(&work), 0, nullptr);
   if (WaitForSingleObject(thread, timeoutMs) != WAIT_OBJECT_0) {
     fprintf(stderr, "A language call did not return within %lu ms; stopping the test program.\n", timeoutMs);
     fflush(stderr);
-    TerminateProcess(GetCurrentProcess(), 3);
+    TerminateProcess(GetCurrentProcess(), 3);  // the work may still use what the caller holds
   }
   CloseHandle(thread);
-  delete job;
 }
 
 void LanguageTest::SetUp() {
   PluginTest::SetUp();
   std::wstring work = ProgramFolder() + L"work\\";
   static bool emptied = false;
-  if (!emptied) {
-    RemoveTree(work);
-    emptied = true;
-  }
-  CreateDirectoryW(work.c_str(), nullptr);
-  const ::testing::TestInfo* test = ::testing::UnitTest::GetInstance()->current_test_info();
-  std::string name = test->name();
-  std::wstring folder = work + Widen(name) + L"\\";
-  CreateDirectoryW(folder.c_str(), nullptr);
-  lang_ = folder + L"lang\\";
-  server_ = folder + L"server\\";
-  CreateDirectoryW(lang_.c_str(), nullptr);
-  CreateDirectoryW(server_.c_str(), nullptr);
-  int port = ServerPort();
+  if (!emptied) RemoveTree(work);
+  emptied = true;
+  std::wstring name = Widen(::testing::UnitTest::GetInstance()->current_test_info()->name());
+  lang_ = work + name + L"\\lang\\";
+  server_ = work + name + L"\\server\\";
+  for (const std::wstring& folder : {work, work + name, lang_, server_}) CreateDirectoryW(folder.c_str(), nullptr);
+  int port = atoi(ReadAll(ProgramFolder() + L"..\\http.port").c_str());
   if (port > 0) {
-    serverUrl_ = L"http://127.0.0.1:" + std::to_wstring(port) + L"/language_tests/work/" + Widen(name) + L"/server/";
+    serverUrl_ = L"http://127.0.0.1:" + std::to_wstring(port) + L"/language_tests/work/" + name + L"/server/";
   }
   VariableStore::Instance().Put("SelfFree_DownloaderApi", reinterpret_cast<StoreValue>(new CDownloaderApi()));
 }
@@ -73,8 +55,7 @@ void LanguageTest::CopyPackage(const wchar_t* code, const std::wstring& folder, 
   std::wstring source = demo + L"lang\\" + file;
   if (!Exists(source)) source = demo + L"online\\" + file;
   std::wstring target = folder + (name.empty() ? file : name);
-  ASSERT_TRUE(CopyFileW(source.c_str(), target.c_str(), FALSE))
-      << "no package " << Narrow(file);
+  ASSERT_TRUE(CopyFileW(source.c_str(), target.c_str(), FALSE)) << "no package " << Narrow(file);
   if (Exists(source + L".md5")) CopyFileW((source + L".md5").c_str(), (target + L".md5").c_str(), FALSE);
 }
 
@@ -88,14 +69,11 @@ IResourceManager* LanguageTest::Texts() {
 
 std::wstring LanguageTest::Text(const wchar_t* id) {
   wchar_t buffer[1024] = {};
-  IResourceManager* texts = Texts();
-  if (texts == nullptr) return L"<no manager>";
-  texts->GetString(id, buffer, 1024);
+  if (Texts() == nullptr) return L"<no manager>";
+  Texts()->GetString(id, buffer, 1024);
   return buffer;
 }
 
 void LanguageTest::RunElement(const std::wstring& elementXml) {
-  CInstallCommand* command = Add(elementXml);
-  ASSERT_NE(command, nullptr);
-  EXPECT_EQ(Run(command), 0);
+  EXPECT_EQ(Run(Add(elementXml)), 0) << Narrow(elementXml);
 }

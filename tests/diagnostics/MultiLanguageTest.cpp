@@ -109,44 +109,6 @@ TEST_F(MultiLanguageTest, SelectingRunsThePackagePublishesVariablesAndReloadsTex
   EXPECT_FALSE(languages->SelectLanguage(L"xx-XX"));
 }
 
-TEST_F(MultiLanguageTest, ALanguageKnownOnlyOnlineIsDownloadedWhenSelected) {
-  ASSERT_FALSE(serverUrl_.empty()) << "no web server: run through ctest, which starts it";
-  WriteLanguages(kEnglish);
-  CopyPackage(L"en-US", lang_);
-  // Online, English gets another name and package (both ignored) and new variables.
-  WriteAll(server_ + L"languages.xml.online", LanguageFile(R"xml(
-    <en-US name="Englisch" package="other.exe"><LanguageSource string="online"/></en-US>
-    <de-DE name="Deutsch" package="lang-de-DE.exe" downloadRequired="(download)">
-      <ProductName string="Produkt"/></de-DE>)xml"));
-  CopyPackage(L"de-DE", server_);
-  StoreText("String_DefaultLanguage", L"en-US");
-  RunTexts();
-  RunManager(1, true);
-  IMultiLanguageApi* languages = Languages();
-  EXPECT_EQ(Codes(), (Lines{L"en-US"})) << "the online file waits for GetLanguages";
-  EXPECT_EQ(TextOf("String_LanguageSource"), L"shipped");
-  EXPECT_TRUE(Exists(lang_ + L"languages.xml.online.md5"));
-  LanguageList* list = nullptr;
-  Bounded([&] { list = languages->GetLanguages(); });
-  ASSERT_EQ(Codes(), (Lines{L"en-US", L"de-DE"}));
-  EXPECT_STREQ(list->front().displayName.Get(), L"English") << "online names of known languages are ignored";
-  EXPECT_FALSE(list->back().installed);
-  EXPECT_STREQ(list->back().downloadText.Get(), L"(download)");
-  EXPECT_EQ(TextOf("String_LanguageSource"), L"online") << "the default language's new variables";
-
-  bool selected = false;
-  Bounded([&] { selected = languages->SelectLanguage(L"de-DE"); });
-  EXPECT_TRUE(selected);
-  EXPECT_TRUE(languages->IsLanguageInstalled(L"de-DE"));
-  EXPECT_EQ(ReadAll(lang_ + L"lang-de-DE.exe"), ReadAll(server_ + L"lang-de-DE.exe"));
-  EXPECT_EQ(Text(L"InstallFailed"), L"Die Installation ist fehlgeschlagen.");
-  EXPECT_EQ(TextOf("String_ProductName"), L"Produkt");
-
-  // The online file is read once.
-  Bounded([&] { languages->GetLanguages(); });
-  EXPECT_EQ(Count(L"MultiLanguageApi: Reading languages from: " + lang_ + L"languages.xml.online\n"), 1u);
-}
-
 TEST_F(MultiLanguageTest, ACloudListReordersSelectsAndCutsTheList) {
   WriteLanguages(std::string(kEnglish) + kGerman + kFrench);
   CopyPackage(L"en-US", lang_);

@@ -44,22 +44,6 @@ TEST_F(EventCommandsTest, CreatingAgainClosesTheFirstEventAndANamedOneKeepsItsMo
   CloseHandle(existing);
 }
 
-TEST_F(EventCommandsTest, FailuresKeepTheOldHandleAndAreLogged) {
-  // A mutex of that name makes CreateEventW fail.
-  std::wstring name = L"Local\\" + UniqueName(L"Taken");
-  HANDLE mutex = CreateMutexW(nullptr, FALSE, name.c_str());
-  std::wstring eventVar = UniqueName(L"Kept"), empty = UniqueName(L"Nothing");
-  HANDLE old = CreateEventW(nullptr, TRUE, FALSE, nullptr);
-  Store(eventVar, old);
-  EXPECT_EQ(Run(Add(L"<CreateEvent index='4' eventVar='" + eventVar + L"' eventName='" + name + L"'/>")), 0);
-  EXPECT_EQ(Stored(eventVar), old);
-  EXPECT_EQ(Run(Add(L"<SetEvent index='5' eventVar='" + empty + L"'/>")), 0);
-  EXPECT_EQ(Run(Add(L"<WaitForHandle index='6' eventVar='" + empty + L"' waitAmount='INFINITE'/>")), 0);
-  EXPECT_EQ(log_->Work(), (Lines{L"Failed creating event!\n", L"HANDLE_" + empty + L" doesn't contain an event to set!\n",
-                                 L"HANDLE_" + empty + L" doesn't contain an event to wait for!\n"}));
-  CloseHandle(mutex);
-}
-
 TEST_F(EventCommandsTest, WaitEndsOnTimeoutOrCancelAlike) {
   std::wstring eventVar = UniqueName(L"Never");
   Store(eventVar, CreateEventW(nullptr, TRUE, FALSE, nullptr));

@@ -59,27 +59,6 @@ TEST_F(ShortcutTest, WritesThreeLinksThatLoadBackWithTheirTargetAndTexts) {
   EXPECT_EQ(log_->Work(), (Lines{appId, appId, appId, L"Shortcut Tool.lnk was created succesufully"}));
 }
 
-TEST_F(ShortcutTest, OnlyTheLastLinkDecidesTheClosingLine) {
-  StoreInt("int_IsWindows7", 1);
-  // The other path's folder is not made, so the last link fails after the first was written.
-  EXPECT_EQ(Run(Add(L"<Shortcut index='1' file='tool.exe' currentDir='[Work]app\\' linkName='A.lnk' desktop='1' "
-                    L"otherPath='[Work]missing'/>")), 0);
-  EXPECT_NE(ReadLink(At(L"desktop\\A.lnk")), L"");
-  // The other way round: a failed desktop link is hidden by a good last one.
-  StoreText("String_CommonDesktopPath", At(L"nodesk\\"));
-  EXPECT_EQ(Run(Add(L"<Shortcut index='2' file='tool.exe' currentDir='[Work]app\\' linkName='B.lnk' desktop='1' "
-                    L"otherPath='[Work]other'/>")), 0);
-  EXPECT_NE(ReadLink(At(L"other\\B.lnk")), L"");
-  // A file name that cannot be expanded leaves no target; no link asked for is no failure.
-  EXPECT_EQ(Run(Add(L"<Shortcut index='3' file='[Nowhere]' currentDir='[Work]app\\' linkName='D.lnk' desktop='1'/>")), 0);
-  EXPECT_EQ(Run(Add(L"<Shortcut index='4' linkName='E.lnk'/>")), 0);
-  const std::wstring notWin8 = L"[_AddAppUserModelId] Is not Windows 8. Exit";
-  EXPECT_EQ(log_->Work(), (Lines{notWin8, notWin8, L"IPersistFile::Save failed.", L"Shortcut A.lnk Failed",
-                                 notWin8, L"IPersistFile::Save failed.", notWin8, L"Shortcut B.lnk was created succesufully",
-                                 L"ExpandVariables: No variable 'String_Nowhere' could be found.\n",
-                                 L"Shortcut D.lnk Failed", L"Shortcut E.lnk was created succesufully"}));
-}
-
 TEST_F(ShortcutTest, VariablesSwitchLinksAndPlainJoiningMakesTheTarget) {
   StoreInt("int_IsWindowsXp", 1);
   StoreInt("int_DesktopWanted", 1);

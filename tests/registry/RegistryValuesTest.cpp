@@ -139,19 +139,6 @@ TEST_F(RegistryTest, SetValueTakesTheFirstDataSourceAndItsType) {
             static_cast<DWORD>(REG_MULTI_SZ));
 }
 
-TEST_F(RegistryTest, WriteFailuresNameTheKeyAndValue) {
-  RunElement(L"<RegCreateKey " + Hklm(L"Volatile") + L" volatile='1'/>");
-  std::wstring longName(20000, L'n');
-  size_t mark = log_->Mark();
-  // A lasting key cannot live below a volatile one.
-  RunElement(L"<RegSetValue index='1' " + Hklm(L"Volatile\\Child") + L" value='v' dwordValue='1'/>");
-  RunElement(L"<RegSetValue index='2' " + Hklm() + L" value='" + longName + L"' dwordValue='1'/>");
-  Lines lines = log_->Work(mark);
-  ASSERT_EQ(lines.size(), 4u);
-  EXPECT_EQ(lines[1], L"1: RegSetValue Could not create key '" + key_ + L"\\Volatile\\Child'. Error 1021.\n");
-  EXPECT_EQ(lines[3], L"2: RegSetValue Could set value '" + longName + L"' in key '" + key_ + L"'.\n");
-}
-
 TEST_F(RegistryTest, LicenceGoesToItsValuesWithoutItsDataInTheLog) {
   StoreInt("int_x64", 1);
   const std::wstring element = L"<VltRegSetLicense index='1' " + Hklm(L"Licence") + L" errVar='Failed'/>";

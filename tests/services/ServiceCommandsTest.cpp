@@ -150,26 +150,6 @@ TEST_F(ServiceCommandsTest, StartWaitsThroughPendingStatesOnlyWhenTold) {
                                      L") failed", L"serviceStatus: 2 \n"}));
 }
 
-TEST_F(ServiceCommandsTest, StartFailuresAreLoggedAndTheScriptGoesOn) {
-  std::wstring missing = NewName(L"Missing"), paused = NewName(L"Paused", L"/startpending=0 /paused", SERVICE_PAUSED);
-  std::wstring broken = NewName(L"NoBinary");
-  ASSERT_TRUE(InstallServiceWithPath(broken, TestServiceBinary() + L".absent.exe"));
-  for (const std::wstring& name : {missing, paused}) {
-    EXPECT_EQ(Timed(Add(L"<StartService serviceName='" + name + L"' waitChangeState='1'/>")), 0);
-    EXPECT_LT(elapsed_, 900u) << "a paused service is neither stopped nor stopping: nothing is waited for";
-  }
-  EXPECT_EQ(Run(Add(L"<StartService serviceName='" + broken + L"'/>")), 0);
-  Lines lines = log_->Work();
-  ASSERT_EQ(lines.size(), 9u);
-  EXPECT_EQ(Lines(lines.begin(), lines.begin() + 6),
-            (Lines{L"[OpenWindowsService]Cannot open service. Service handle: 0",
-                   L"Cannot open service with name: " + missing + L". Lasterror: 1060",
-                   L"[StartWinService] Start windows service (" + missing + L") failed", L"serviceStatus: 7 \n",
-                   L"[StartWinService] Start windows service (" + paused + L") failed", L"serviceStatus: 1 \n"}));
-  EXPECT_EQ(lines[7].rfind(L"Start service failed " + broken + L". Lasterror: ", 0), 0u) << Narrow(lines[7]);
-  EXPECT_EQ(lines[8], L"[StartWinService] Start windows service (" + broken + L") failed");
-}
-
 TEST_F(ServiceCommandsTest, StopTimesOutAfterItsQueriesSendsNoSecondRequestAndReportsFailures) {
   std::wstring name = NewName(L"Stop", L"/startpending=0 /stoppending=4500", SERVICE_RUNNING);
   std::wstring errVar = UniqueName(L"StopFailed");
@@ -201,32 +181,4 @@ TEST_F(ServiceCommandsTest, StopTimesOutAfterItsQueriesSendsNoSecondRequestAndRe
                                  L"[StopWinService] Stop windows service (" + stubborn + L") failed",
                                  L"[OpenWindowsService]Cannot open service. Service handle: 0",
                                  L"[StopWinService] Stop windows service (" + missing + L") failed"}));
-}
-
-TEST_F(ServiceCommandsTest, UninstallDeletesWithoutStoppingAndReportsAMissingService) {
-  std::wstring name = NewName(L"Remove", L"/startpending=0");
-  std::wstring running = NewName(L"RemoveRunning", L"/startpending=0", SERVICE_RUNNING);
-  CInstallCommand* uninstall = Add(L"<UninstallService serviceName='" + name + L"'/>");
-  EXPECT_EQ(Run(uninstall), 0);
-  EXPECT_FALSE(ServiceExists(name));
-  EXPECT_EQ(Run(uninstall), 0);
-  EXPECT_EQ(Run(Add(L"<UninstallService serviceName='" + running + L"'/>")), 0);
-  EXPECT_EQ(ServiceState(running), static_cast<DWORD>(SERVICE_RUNNING)) << "marked for deletion, still running";
-  EXPECT_EQ(log_->Work(), (Lines{L"[OpenWindowsService]Cannot open service. Service handle: 0",
-                                 L"[UninstallWinService] Uninstall windows service (" + name + L") failed"}));
-}
-
-TEST_F(ServiceCommandsTest, NameWithAnUnsetVariableIsUsedAsItStands) {
-  // Start and Stop fall back on the raw name, and Uninstall does not expand at all.
-  std::wstring name = NewName(L"[SvcTestNotSet]", L"/startpending=0 /stoppending=0"), errVar = UniqueName(L"Failed");
-  EXPECT_EQ(Run(Add(L"<StartService serviceName='" + name + L"' waitChangeState='1'/>")), 0);
-  EXPECT_EQ(ServiceState(name), static_cast<DWORD>(SERVICE_RUNNING));
-  EXPECT_EQ(Run(Add(L"<StopService serviceName='" + name + L"' waitChangeState='1' errVar='" + errVar + L"'/>")), 0);
-  EXPECT_EQ(ServiceState(name), static_cast<DWORD>(SERVICE_STOPPED));
-  EXPECT_EQ(Int(errVar), 0u);
-  EXPECT_EQ(Run(Add(L"<UninstallService serviceName='" + name + L"'/>")), 0);
-  for (int i = 0; i < 100 && ServiceExists(name); ++i) Sleep(50);  // gone once its process has ended
-  EXPECT_FALSE(ServiceExists(name));
-  const std::wstring unset = L"ExpandVariables: No variable 'String_SvcTestNotSet' could be found.\n";
-  EXPECT_EQ(log_->Work(), (Lines{unset, L"serviceStatus: 1 \n", L"Starting service: \n", unset}));
 }

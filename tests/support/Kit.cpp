@@ -160,22 +160,19 @@ ProcessResult RunProcess(const std::wstring& commandLine, DWORD timeoutMs) {
                       std::to_wstring(InterlockedIncrement(&runs));
   std::wstring paths[2] = {stem + L".out", stem + L".err"};
   SECURITY_ATTRIBUTES inherit = {sizeof(inherit), nullptr, TRUE};
-  HANDLE files[2];
-  for (int i = 0; i < 2; ++i) {
-    files[i] = CreateFileW(paths[i].c_str(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
-                           &inherit, CREATE_ALWAYS, 0, nullptr);
-  }
-  STARTUPINFOW startup = {};
-  startup.cb = sizeof(startup);
+  STARTUPINFOW startup = {sizeof(startup)};
   startup.dwFlags = STARTF_USESTDHANDLES;
   startup.hStdInput = GetStdHandle(STD_INPUT_HANDLE);
-  startup.hStdOutput = files[0];
-  startup.hStdError = files[1];
+  HANDLE* files[2] = {&startup.hStdOutput, &startup.hStdError};
+  for (int i = 0; i < 2; ++i) {
+    *files[i] = CreateFileW(paths[i].c_str(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+                            &inherit, CREATE_ALWAYS, 0, nullptr);
+  }
   std::wstring line = commandLine;
   PROCESS_INFORMATION process = {};
   BOOL started = CreateProcessW(nullptr, &line[0], nullptr, nullptr, TRUE, 0, nullptr, nullptr, &startup, &process);
-  CloseHandle(files[0]);
-  CloseHandle(files[1]);
+  CloseHandle(startup.hStdOutput);
+  CloseHandle(startup.hStdError);
   if (!started) {
     ADD_FAILURE() << "cannot start " << Narrow(commandLine) << ": " << GetLastError();
     return result;
@@ -197,22 +194,20 @@ ProcessResult RunProcess(const std::wstring& commandLine, DWORD timeoutMs) {
 
 std::vector<PendingRename> PendingRenames() {
   std::vector<PendingRename> list;
-  HKEY key = nullptr;
-  if (RegOpenKeyExW(HKEY_LOCAL_MACHINE, kSessionManager, 0, KEY_READ, &key) != ERROR_SUCCESS) return list;
   DWORD size = 0;
-  RegQueryValueExW(key, kPendingValue, nullptr, nullptr, nullptr, &size);
+  RegGetValueW(HKEY_LOCAL_MACHINE, kSessionManager, kPendingValue, RRF_RT_REG_MULTI_SZ, nullptr, nullptr, &size);
   std::vector<wchar_t> data(size / sizeof(wchar_t) + 3, L'\0');
-  if (size > 0 &&
-      RegQueryValueExW(key, kPendingValue, nullptr, nullptr, reinterpret_cast<BYTE*>(data.data()), &size) == 0) {
-    for (const wchar_t* cursor = data.data(); *cursor != L'\0';) {
-      std::wstring source = cursor;
-      cursor += source.size() + 1;
-      std::wstring target = cursor;
-      cursor += target.size() + 1;
-      list.emplace_back(source, target);
-    }
+  size = static_cast<DWORD>(data.size() * sizeof(wchar_t));
+  if (data.size() == 3 || RegGetValueW(HKEY_LOCAL_MACHINE, kSessionManager, kPendingValue, RRF_RT_REG_MULTI_SZ, nullptr,
+                                data.data(), &size) != 0) {
+    return list;
   }
-  RegCloseKey(key);
+  for (const wchar_t* cursor = data.data(); *cursor != L'\0';) {
+    std::wstring source = cursor;
+    cursor += source.size() + 1;
+    list.emplace_back(source, cursor);
+    cursor += list.back().second.size() + 1;
+  }
   return list;
 }
 
@@ -337,49 +332,33 @@ std::vector<BYTE> Bytes(const void* data, size_t size) {
   return std::vector<BYTE>(static_cast<const BYTE*>(data), static_cast<const BYTE*>(data) + size);
 }
 
-std::wstring TestServiceBinary() {
+std::wstring TestServicePath(const std::wstring& switches) {
   wchar_t full[MAX_PATH] = {};
   GetFullPathNameW((ProgramFolder() + L"..\\services\\TestService.exe").c_str(), MAX_PATH, full, nullptr);
-  return full;
-}
-
-std::wstring TestServicePath(const std::wstring& switches) {
-  std::wstring path = L"\"" + TestServiceBinary() + L"\"";
-  return switches.empty() ? path : path + L" " + switches;
-}
-
-bool InstallServiceWithPath(const std::wstring& name, const std::wstring& binaryPath) {
-  SC_HANDLE manager = OpenSCManagerW(nullptr, nullptr, SC_MANAGER_ALL_ACCESS);
-  SC_HANDLE service = CreateServiceW(manager, name.c_str(), name.c_str(), SERVICE_ALL_ACCESS, SERVICE_WIN32_OWN_PROCESS,
-                                     SERVICE_DEMAND_START, SERVICE_ERROR_NORMAL, binaryPath.c_str(), nullptr, nullptr,
-                                     nullptr, nullptr, nullptr);
-  if (service != nullptr) CloseServiceHandle(service);
-  CloseServiceHandle(manager);
-  return service != nullptr;
+  return L"\"" + std::wstring(full) + L"\"" + (switches.empty() ? L"" : L" " + switches);
 }
 
 bool InstallTestService(const std::wstring& name, const std::wstring& switches) {
-  return InstallServiceWithPath(name, TestServicePath(switches));
+  SC_HANDLE manager = OpenSCManagerW(nullptr, nullptr, SC_MANAGER_ALL_ACCESS);
+  SC_HANDLE service = CreateServiceW(manager, name.c_str(), name.c_str(), SERVICE_ALL_ACCESS, SERVICE_WIN32_OWN_PROCESS,
+                                     SERVICE_DEMAND_START, SERVICE_ERROR_NORMAL, TestServicePath(switches).c_str(),
+                                     nullptr, nullptr, nullptr, nullptr, nullptr);
+  if (service != nullptr) CloseServiceHandle(service);
+  CloseServiceHandle(manager);
+  return service != nullptr;
 }
 
 bool ServiceExists(const std::wstring& name) { return Service(name).handle != nullptr; }
 
 DWORD ServiceState(const std::wstring& name) {
   Service service(name);
-  SERVICE_STATUS_PROCESS status = {};
-  DWORD needed = 0;
-  if (service.handle == nullptr || !QueryServiceStatusEx(service.handle, SC_STATUS_PROCESS_INFO,
-                                                         reinterpret_cast<BYTE*>(&status), sizeof(status), &needed)) {
-    return 0;
-  }
-  return status.dwCurrentState;
+  SERVICE_STATUS status = {};
+  return service.handle != nullptr && QueryServiceStatus(service.handle, &status) ? status.dwCurrentState : 0;
 }
 
 bool WaitForServiceState(const std::wstring& name, DWORD state, DWORD timeoutMs) {
-  ULONGLONG deadline = GetTickCount64() + timeoutMs;
-  while (ServiceState(name) != state) {
+  for (ULONGLONG deadline = GetTickCount64() + timeoutMs; ServiceState(name) != state; Sleep(50)) {
     if (GetTickCount64() >= deadline) return false;
-    Sleep(50);
   }
   return true;
 }
@@ -401,20 +380,12 @@ void RemoveTestService(const std::wstring& name) {
   Service service(name);
   if (service.handle == nullptr) return;
   // A pending service takes no control: wait until it has settled, then end it.
-  ULONGLONG deadline = GetTickCount64() + 15000;
-  while (GetTickCount64() < deadline) {
-    SERVICE_STATUS_PROCESS status = {};
-    DWORD needed = 0;
-    if (!QueryServiceStatusEx(service.handle, SC_STATUS_PROCESS_INFO, reinterpret_cast<BYTE*>(&status),
-                              sizeof(status), &needed) ||
-        status.dwCurrentState == SERVICE_STOPPED) {
-      break;
-    }
+  SERVICE_STATUS status = {};
+  for (ULONGLONG deadline = GetTickCount64() + 15000; GetTickCount64() < deadline; Sleep(50)) {
+    if (!QueryServiceStatus(service.handle, &status) || status.dwCurrentState == SERVICE_STOPPED) break;
     if (status.dwCurrentState == SERVICE_RUNNING || status.dwCurrentState == SERVICE_PAUSED) {
-      SERVICE_STATUS reply = {};
-      ControlService(service.handle, 200, &reply);
+      ControlService(service.handle, 200, &status);
     }
-    Sleep(50);
   }
   DeleteService(service.handle);
 }

@@ -81,9 +81,7 @@ void WriteValue(HKEY root, const std::wstring& path, const wchar_t* name, DWORD 
 std::vector<BYTE> Bytes(const void* data, size_t size);
 
 // Real services of tests\services\TestService.exe (switches: see TestService.cpp).
-std::wstring TestServiceBinary();
 std::wstring TestServicePath(const std::wstring& switches);
-bool InstallServiceWithPath(const std::wstring& name, const std::wstring& binaryPath);
 bool InstallTestService(const std::wstring& name, const std::wstring& switches);
 bool ServiceExists(const std::wstring& name);
 DWORD ServiceState(const std::wstring& name);  // 0 when it cannot be queried
