@@ -66,13 +66,7 @@ void CFileResourceManager::LoadXliff(const wchar_t* path) {
   if (document.Get() == nullptr) return;
 
   if (!LoadDocument(document.Get(), path)) {
-    ScopedCom<IXMLDOMParseError> error;
-    ScopedBstr reason;
-    long line = 0;
-    if (document.Get()->get_parseError(error.Receive()) == S_OK && error.Get() != nullptr) {
-      error.Get()->get_reason(reason.Receive());
-      error.Get()->get_line(&line);
-    }
+    ParseError error = ReadParseError(document.Get());
     // The arguments do not fit the format: the reason's address lands on the
     // first %i, the line on the second, and the position on the last %s. A
     // column number read as a text address would fault (the first 64 KiB of an
@@ -80,7 +74,7 @@ void CFileResourceManager::LoadXliff(const wchar_t* path) {
     // runtime prints as "(null)" - which is also what a position of 0 gives, and
     // MSXML under Wine reports every position as 0. The line keeps its shape and
     // never faults.
-    LogMessage(diagtext::kXliffParseError, kTag, reason.Get(), line,
+    LogMessage(diagtext::kXliffParseError, kTag, error.reason.Get(), error.line,
                static_cast<const wchar_t*>(nullptr));
     return;
   }
@@ -88,11 +82,9 @@ void CFileResourceManager::LoadXliff(const wchar_t* path) {
   ScopedBstr query = MakeBstr(L"//xlf:xliff/xlf:file/xlf:body/xlf:trans-unit");
   ScopedCom<IXMLDOMNodeList> units;
   if (document.Get()->selectNodes(query.Get(), units.Receive()) != S_OK || units.Get() == nullptr) {
-    ScopedCom<IXMLDOMParseError> error;
-    ScopedBstr reason;
-    if (document.Get()->get_parseError(error.Receive()) == S_OK && error.Get() != nullptr) {
-      error.Get()->get_reason(reason.Receive());
-    }
+    // The parse error is asked for and nothing is made of it: the texts stay as
+    // they were, without a line in the log.
+    ReadParseError(document.Get());
     return;
   }
   long count = 0;

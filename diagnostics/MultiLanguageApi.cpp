@@ -134,16 +134,9 @@ void CMultiLanguageApi::ReadLanguageFile(const wchar_t* path, bool local) {
   ScopedCom<IXMLDOMDocument> document(CreateDocument30());
   if (document.Get() == nullptr) return;
   if (!LoadDocument(document.Get(), path)) {
-    ScopedCom<IXMLDOMParseError> error;
-    ScopedBstr reason;
-    long line = 0;
-    long column = 0;
-    if (document.Get()->get_parseError(error.Receive()) == S_OK && error.Get() != nullptr) {
-      error.Get()->get_reason(reason.Receive());
-      error.Get()->get_line(&line);
-      error.Get()->get_linepos(&column);
-    }
-    LogMessage(diagtext::kLanguageFileError, path, BstrText(reason), static_cast<int>(line), static_cast<int>(column));
+    ParseError error = ReadParseError(document.Get());
+    LogMessage(diagtext::kLanguageFileError, path, BstrText(error.reason), static_cast<int>(error.line),
+               static_cast<int>(error.column));
     return;
   }
 

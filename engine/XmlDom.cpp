@@ -27,6 +27,17 @@ bool LoadDocument(IXMLDOMDocument* document, const wchar_t* path) {
   return hr == S_OK && loaded == VARIANT_TRUE;
 }
 
+ParseError ReadParseError(IXMLDOMDocument* document) {
+  ParseError result;
+  ScopedCom<IXMLDOMParseError> error;
+  if (document->get_parseError(error.Receive()) == S_OK && error.Get() != nullptr) {
+    error.Get()->get_reason(result.reason.Receive());
+    error.Get()->get_line(&result.line);
+    error.Get()->get_linepos(&result.column);
+  }
+  return result;
+}
+
 bool IsComment(IXMLDOMNode* node) {
   DOMNodeType type = NODE_INVALID;
   return node->get_nodeType(&type) == S_OK && type == NODE_COMMENT;

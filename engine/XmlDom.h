@@ -37,5 +37,14 @@ IXMLDOMDocument* CreateDocument30();
 // path's variant cannot be built.
 bool LoadDocument(IXMLDOMDocument* document, const wchar_t* path);
 
+// What MSXML tells of a document that failed to load: its reason (none when it
+// gives none), line and position (0 when unknown).
+struct ParseError {
+  ScopedBstr reason;
+  long line = 0;
+  long column = 0;
+};
+ParseError ReadParseError(IXMLDOMDocument* document);
+
 // True for a comment node; the language files may hold comments anywhere.
 bool IsComment(IXMLDOMNode* node);
