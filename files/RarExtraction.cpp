@@ -40,6 +40,24 @@ ScopedRarArchive BeginPass(UnrarSession& session, const wchar_t* archive, unsign
   return opened;
 }
 
+// The pass as an entry that failed ends it.
+RarPass EntryFailed(RarPass& pass, int code, const RARHeaderDataEx& header) {
+  pass.stop = RarStop::kEntry;
+  pass.code = code;
+  pass.entry = header.FileNameW;
+  return pass;
+}
+
+// The pass as the end of the headers leaves it: a damaged header is told apart;
+// any other end, the archive's above all, ends the pass as it stands.
+RarPass HeadersEnded(RarPass& pass, int headerCode) {
+  if (headerCode == ERAR_BAD_DATA) {
+    pass.stop = RarStop::kBrokenHeader;
+    pass.code = ERAR_BAD_DATA;
+  }
+  return pass;
+}
+
 bool Cancelled(HANDLE cancel) {
   return cancel != INVALID_HANDLE_VALUE && cancel != nullptr && WaitForSingleObject(cancel, 0) == WAIT_OBJECT_0;
 }
@@ -58,18 +76,9 @@ RarPass SumRarArchive(const wchar_t* archive) {
   while ((headerCode = api.RARReadHeaderEx(opened.Get(), header.get())) == ERAR_SUCCESS) {
     pass.bytes += UnrarEntrySize(*header);
     int code = api.RARProcessFile(opened.Get(), RAR_SKIP, nullptr, nullptr);
-    if (code != ERAR_SUCCESS) {
-      pass.stop = RarStop::kEntry;
-      pass.code = code;
-      pass.entry = header->FileNameW;
-      return pass;
-    }
+    if (code != ERAR_SUCCESS) return EntryFailed(pass, code, *header);
   }
-  if (headerCode == ERAR_BAD_DATA) {
-    pass.stop = RarStop::kBrokenHeader;
-    pass.code = ERAR_BAD_DATA;
-  }
-  return pass;
+  return HeadersEnded(pass, headerCode);
 }
 
 RarPass ExtractRarArchive(const wchar_t* archive, const wchar_t* folder, HANDLE cancel, const RarProgress& progress) {
@@ -85,12 +94,7 @@ RarPass ExtractRarArchive(const wchar_t* archive, const wchar_t* folder, HANDLE 
     // includes it.
     pass.bytes += UnrarEntrySize(*header);
     int code = api.RARProcessFileW(opened.Get(), RAR_EXTRACT, const_cast<wchar_t*>(folder), nullptr);
-    if (code != ERAR_SUCCESS) {
-      pass.stop = RarStop::kEntry;
-      pass.code = code;
-      pass.entry = header->FileNameW;
-      return pass;
-    }
+    if (code != ERAR_SUCCESS) return EntryFailed(pass, code, *header);
     if (progress) progress(header->FileNameW, pass.bytes);
     // A zero-timeout wait after every entry: under Wine each is a round trip to
     // the wineserver, and still the only place where a long extraction can stop.
@@ -100,11 +104,5 @@ RarPass ExtractRarArchive(const wchar_t* archive, const wchar_t* folder, HANDLE 
       return pass;
     }
   }
-  // Any other end of the headers, ERAR_END_ARCHIVE above all, ends the pass as it
-  // stands.
-  if (headerCode == ERAR_BAD_DATA) {
-    pass.stop = RarStop::kBrokenHeader;
-    pass.code = ERAR_BAD_DATA;
-  }
-  return pass;
+  return HeadersEnded(pass, headerCode);
 }
