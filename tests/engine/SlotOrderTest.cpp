@@ -110,6 +110,14 @@ TEST_F(SlotOrderTest, EveryInterfaceKeepsItsSlots) {
          EXPECT_EQ(logger.seen, L"3: SetEvent Begin execute.\nHANDLE_SlotNone doesn't contain an event to set!\n");
          LeaveCriticalSection(&command->lock);
        }},
+      {"logger: 3 StartThreadLog registers the thread, 4 SetLogKey",
+       [](SlotOrderTest* t) {
+         size_t started = t->log_->StartedThreads();
+         CallSlot<void, const char*>(t->log_, 4, "key");
+         EXPECT_EQ(t->log_->StartedThreads(), started);
+         CallSlot<void, const wchar_t*, bool>(t->log_, 3, L"slot test", false);
+         EXPECT_EQ(t->log_->StartedThreads(), started + 1);
+       }},
       {"decrypter of the engine: the library reads attributes through slot 2",
        [](SlotOrderTest* t) {
          Foreign decrypter = {Table(ForeignNoop, ForeignDestroy, ForeignDecrypt)};
