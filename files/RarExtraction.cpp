@@ -64,10 +64,16 @@ bool Cancelled(HANDLE cancel) {
 
 }  // namespace
 
-RarPass SumRarArchive(const wchar_t* archive) {
+namespace {
+
+// One pass over the archive: each entry's unpacked size is counted, then step
+// handles the entry with the library and says whether the pass goes on (it
+// sets the pass's end itself when it stops it).
+template <class Step>
+RarPass RunPass(const wchar_t* archive, unsigned int mode, Step step) {
   RarPass pass;
   UnrarSession session;
-  ScopedRarArchive opened = BeginPass(session, archive, RAR_OM_LIST, &pass);
+  ScopedRarArchive opened = BeginPass(session, archive, mode, &pass);
   if (!opened) return pass;
   const UnrarApi& api = session.Api();
   // The header is 10 KiB: it lives on the heap, not on the stack.
@@ -75,34 +81,40 @@ RarPass SumRarArchive(const wchar_t* archive) {
   int headerCode;
   while ((headerCode = api.RARReadHeaderEx(opened.Get(), header.get())) == ERAR_SUCCESS) {
     pass.bytes += UnrarEntrySize(*header);
-    int code = api.RARProcessFile(opened.Get(), RAR_SKIP, nullptr, nullptr);
-    if (code != ERAR_SUCCESS) return EntryFailed(pass, code, *header);
+    if (!step(api, opened.Get(), *header, pass)) return pass;
   }
   return HeadersEnded(pass, headerCode);
 }
 
+}  // namespace
+
+RarPass SumRarArchive(const wchar_t* archive) {
+  return RunPass(archive, RAR_OM_LIST, [](const UnrarApi& api, HANDLE opened, const RARHeaderDataEx& header,
+                                          RarPass& pass) {
+    int code = api.RARProcessFile(opened, RAR_SKIP, nullptr, nullptr);
+    if (code != ERAR_SUCCESS) EntryFailed(pass, code, header);
+    return code == ERAR_SUCCESS;
+  });
+}
+
 RarPass ExtractRarArchive(const wchar_t* archive, const wchar_t* folder, HANDLE cancel, const RarProgress& progress) {
-  RarPass pass;
-  UnrarSession session;
-  ScopedRarArchive opened = BeginPass(session, archive, RAR_OM_EXTRACT, &pass);
-  if (!opened) return pass;
-  const UnrarApi& api = session.Api();
-  std::unique_ptr<RARHeaderDataEx> header(new RARHeaderDataEx());
-  int headerCode;
-  while ((headerCode = api.RARReadHeaderEx(opened.Get(), header.get())) == ERAR_SUCCESS) {
-    // Counted before the entry is extracted: the progress reported after it
-    // includes it.
-    pass.bytes += UnrarEntrySize(*header);
-    int code = api.RARProcessFileW(opened.Get(), RAR_EXTRACT, const_cast<wchar_t*>(folder), nullptr);
-    if (code != ERAR_SUCCESS) return EntryFailed(pass, code, *header);
-    if (progress) progress(header->FileNameW, pass.bytes);
+  return RunPass(archive, RAR_OM_EXTRACT, [&](const UnrarApi& api, HANDLE opened, const RARHeaderDataEx& header,
+                                              RarPass& pass) {
+    // The entry is counted before it is extracted: the progress reported after
+    // it includes it.
+    int code = api.RARProcessFileW(opened, RAR_EXTRACT, const_cast<wchar_t*>(folder), nullptr);
+    if (code != ERAR_SUCCESS) {
+      EntryFailed(pass, code, header);
+      return false;
+    }
+    if (progress) progress(header.FileNameW, pass.bytes);
     // A zero-timeout wait after every entry: under Wine each is a round trip to
     // the wineserver, and still the only place where a long extraction can stop.
     if (Cancelled(cancel)) {
       pass.stop = RarStop::kCancelled;
       pass.code = ERROR_CANCELLED;
-      return pass;
+      return false;
     }
-  }
-  return HeadersEnded(pass, headerCode);
+    return true;
+  });
 }

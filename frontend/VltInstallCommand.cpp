@@ -179,11 +179,11 @@ int32_t CVltInstallCommand::CreateLnkShortcut(const wchar_t* target, const wchar
                                               const wchar_t* description) {
   wchar_t path[kPathCapacity];
   BoundedFormat(path, kPathCapacity, L"%s%s%s", folder, name, kShortcutExtension);
-  ShellLinkContent spec;
-  spec.target = target;
-  spec.description = description;
+  ShellLinkContent content;
+  content.target = target;
+  content.description = description;
   ShellLinkStep failedAt = ShellLinkStep::kNone;
-  HRESULT hr = WriteShellLink(path, spec, &failedAt);
+  HRESULT hr = WriteShellLink(path, content, &failedAt);
   switch (failedAt) {
     case ShellLinkStep::kNone: return 0;
     case ShellLinkStep::kCreate: LogMessage(kLinkCreateFailed, index, hr); break;
