@@ -42,7 +42,9 @@ class UnrarTest : public PluginTest {
     std::thread watcher([&] {
       int32_t lastPercent = 0;
       std::wstring lastName;
-      while (!done) {
+      // One more look after the command returned, so the final pair is always seen.
+      for (bool last = false; !last;) {
+        last = done;
         EnterCriticalSection(&storeLock_);
         int32_t percent = static_cast<int32_t>(Get("int_Unpack"));
         auto* text = reinterpret_cast<CString*>(Get("String_Unpack"));
