@@ -1,94 +1,10 @@
 #include "tests/registry/RegistryFixture.h"
 
-#include <cstring>
-#include <mutex>
-
 #include "host/MultiStrings.h"
 
 namespace {
 
-typedef LONG(WINAPI* OpenFn)(HKEY, LPCWSTR, DWORD, REGSAM, PHKEY);
-typedef LONG(WINAPI* CreateFn)(HKEY, LPCWSTR, DWORD, LPWSTR, DWORD, REGSAM, LPSECURITY_ATTRIBUTES, PHKEY, LPDWORD);
-typedef LONG(WINAPI* CloseFn)(HKEY);
-typedef LONG(WINAPI* DeleteExFn)(HKEY, LPCWSTR, REGSAM, DWORD);
-typedef FARPROC(WINAPI* LookupFn)(HMODULE, LPCSTR);
 typedef LONG(NTAPI* NtDeleteKeyFn)(HANDLE);
-
-OpenFn g_open = nullptr;
-CreateFn g_create = nullptr;
-CloseFn g_close = nullptr;
-DeleteExFn g_deleteEx = nullptr;
-LookupFn g_lookup = nullptr;
-
-std::mutex g_callsLock;
-std::vector<RegCall> g_calls;
-
-void Note(RegCall call) {
-  std::lock_guard<std::mutex> hold(g_callsLock);
-  g_calls.push_back(std::move(call));
-}
-
-LONG WINAPI RecordOpen(HKEY parent, LPCWSTR path, DWORD options, REGSAM sam, PHKEY result) {
-  LONG status = g_open(parent, path, options, sam, result);
-  Note({L"RegOpenKeyExW", parent, path != nullptr ? path : L"", sam, options, status == 0 ? *result : nullptr, status});
-  return status;
-}
-
-LONG WINAPI RecordCreate(HKEY parent, LPCWSTR path, DWORD reserved, LPWSTR keyClass, DWORD options, REGSAM sam,
-                         LPSECURITY_ATTRIBUTES security, PHKEY result, LPDWORD disposition) {
-  LONG status = g_create(parent, path, reserved, keyClass, options, sam, security, result, disposition);
-  Note({L"RegCreateKeyExW", parent, path != nullptr ? path : L"", sam, options, status == 0 ? *result : nullptr,
-        status});
-  return status;
-}
-
-LONG WINAPI RecordClose(HKEY key) {
-  LONG status = g_close(key);
-  Note({L"RegCloseKey", nullptr, L"", 0, 0, key, status});
-  return status;
-}
-
-LONG WINAPI RecordDeleteEx(HKEY parent, LPCWSTR path, REGSAM view, DWORD reserved) {
-  LONG status = g_deleteEx(parent, path, view, reserved);
-  Note({L"RegDeleteKeyExW", parent, path, view, 0, nullptr, status});
-  return status;
-}
-
-// The library binds RegDeleteKeyExW at run time; it gets the recorder instead.
-FARPROC WINAPI RecordLookup(HMODULE module, LPCSTR name) {
-  FARPROC found = g_lookup(module, name);
-  if (HIWORD(reinterpret_cast<ULONG_PTR>(name)) != 0 && strcmp(name, "RegDeleteKeyExW") == 0 && found != nullptr) {
-    g_deleteEx = reinterpret_cast<DeleteExFn>(reinterpret_cast<void*>(found));
-    return reinterpret_cast<FARPROC>(reinterpret_cast<void*>(RecordDeleteEx));
-  }
-  return found;
-}
-
-// Replaces the import of function from dll in module's import table.
-template <class Fn>
-void PatchImport(HMODULE module, const char* dll, const char* function, Fn replacement, Fn* original) {
-  auto* base = reinterpret_cast<BYTE*>(module);
-  auto* nt = reinterpret_cast<IMAGE_NT_HEADERS*>(base + reinterpret_cast<IMAGE_DOS_HEADER*>(base)->e_lfanew);
-  const IMAGE_DATA_DIRECTORY& directory = nt->OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_IMPORT];
-  for (auto* entry = reinterpret_cast<IMAGE_IMPORT_DESCRIPTOR*>(base + directory.VirtualAddress); entry->Name != 0;
-       ++entry) {
-    if (_stricmp(reinterpret_cast<char*>(base + entry->Name), dll) != 0) continue;
-    auto* names = reinterpret_cast<IMAGE_THUNK_DATA*>(base + entry->OriginalFirstThunk);
-    auto* slots = reinterpret_cast<IMAGE_THUNK_DATA*>(base + entry->FirstThunk);
-    for (; names->u1.AddressOfData != 0; ++names, ++slots) {
-      if (IMAGE_SNAP_BY_ORDINAL(names->u1.Ordinal)) continue;
-      auto* byName = reinterpret_cast<IMAGE_IMPORT_BY_NAME*>(base + names->u1.AddressOfData);
-      if (strcmp(reinterpret_cast<char*>(byName->Name), function) != 0) continue;
-      DWORD protection = 0;
-      VirtualProtect(&slots->u1.Function, sizeof(void*), PAGE_READWRITE, &protection);
-      *original = reinterpret_cast<Fn>(slots->u1.Function);
-      slots->u1.Function = reinterpret_cast<ULONG_PTR>(replacement);
-      VirtualProtect(&slots->u1.Function, sizeof(void*), protection, &protection);
-      return;
-    }
-  }
-  ADD_FAILURE() << "the library does not import " << function << " from " << dll;
-}
 
 void DeleteLinkKey(HKEY parent, const std::wstring& path) {
   HKEY link = nullptr;
@@ -100,51 +16,6 @@ void DeleteLinkKey(HKEY parent, const std::wstring& path) {
 }
 
 }  // namespace
-
-void RegistryCalls::Start() {
-  static bool patched = false;
-  if (!patched) {
-    patched = true;
-    HMODULE plugin = Plugin();
-    PatchImport<OpenFn>(plugin, "ADVAPI32.dll", "RegOpenKeyExW", RecordOpen, &g_open);
-    PatchImport<CreateFn>(plugin, "ADVAPI32.dll", "RegCreateKeyExW", RecordCreate, &g_create);
-    PatchImport<CloseFn>(plugin, "ADVAPI32.dll", "RegCloseKey", RecordClose, &g_close);
-    PatchImport<LookupFn>(plugin, "KERNEL32.dll", "GetProcAddress", RecordLookup, &g_lookup);
-  }
-  std::lock_guard<std::mutex> hold(g_callsLock);
-  g_calls.clear();
-}
-
-std::vector<RegCall> RegistryCalls::Of(const wchar_t* function) {
-  std::vector<RegCall> found;
-  std::lock_guard<std::mutex> hold(g_callsLock);
-  for (const RegCall& call : g_calls) {
-    if (call.function == function) found.push_back(call);
-  }
-  return found;
-}
-
-size_t RegistryCalls::UnclosedHives() {
-  std::vector<RegCall> calls;
-  {
-    std::lock_guard<std::mutex> hold(g_callsLock);
-    calls = g_calls;
-  }
-  size_t unclosed = 0;
-  for (size_t i = 0; i < calls.size(); ++i) {
-    if (calls[i].function != L"RegOpenKeyExW" || calls[i].parent != HKEY_USERS || calls[i].result == nullptr) continue;
-    bool closed = false;
-    // A handle value comes back once it was closed, so only the closes before the
-    // next open that returns the same value count.
-    for (size_t j = i + 1; j < calls.size() && !closed; ++j) {
-      if (calls[j].result != calls[i].result) continue;
-      if (calls[j].function != L"RegCloseKey") break;
-      closed = true;
-    }
-    if (!closed) ++unclosed;
-  }
-  return unclosed;
-}
 
 std::wstring AsWidePrinted(const std::string& narrow) {
   std::string bytes = narrow + std::string(4, '\0');
@@ -160,7 +31,6 @@ void RegistryTest::SetUp() {
   PluginTest::SetUp();
   VariableStore::Instance().Put("SelfFree_MultiStringApi", reinterpret_cast<StoreValue>(new CMultiStringApi()));
   key_ = L"Software\\InstallCommandsTests\\" + UniqueName(L"Key");
-  RegistryCalls::Start();
 }
 
 void RegistryTest::TearDown() {

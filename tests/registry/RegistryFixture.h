@@ -1,35 +1,8 @@
 // Shared set-up of the registry tests: a key of each test's own, removed again in
-// every place a command may have put it, and a recorder of the library's registry
-// calls.
-//
-// Why a recorder: this library is 64-bit, and a 64-bit process lands in the same
-// place with KEY_WOW64_64KEY as without it. Where a value lands shows a stray
-// KEY_WOW64_32KEY (it goes under Wow6432Node), but not which steps asked for the
-// 64-bit view. The recorder replaces the library's imports of the registry calls
-// (and the run-time look-up of RegDeleteKeyExW) with functions that note the
-// arguments and call the real ones.
+// every place a command may have put it.
 #pragma once
 
 #include "tests/support/PluginFixture.h"
-
-struct RegCall {
-  std::wstring function;  // RegOpenKeyExW, RegCreateKeyExW, RegCloseKey, RegDeleteKeyExW
-  HKEY parent = nullptr;
-  std::wstring path;
-  REGSAM sam = 0;         // samDesired; the view argument of RegDeleteKeyExW
-  DWORD options = 0;      // RegCreateKeyExW only
-  HKEY result = nullptr;  // the key opened or created; the key closed for RegCloseKey
-  LONG status = 0;
-};
-
-class RegistryCalls {
- public:
-  // Patches the library's imports once; later calls only clear the record.
-  static void Start();
-  static std::vector<RegCall> Of(const wchar_t* function);
-  // The handles the library opened below HKEY_USERS and did not close.
-  static size_t UnclosedHives();
-};
 
 class RegistryTest : public PluginTest {
  protected:
