@@ -44,6 +44,8 @@ constexpr const wchar_t* kXliffTexts = L"%s Found %i texts in '%s'.\n";
 
 // The language manager
 constexpr const wchar_t* kNoDownloader = L"Error! No downloader api to add the file to.\n";
+// A package named by a language file that would not stay in the language folder.
+constexpr const wchar_t* kPackageRefused = L"Multilanguage: package '%s' of language '%s' refused: %s.\n";
 constexpr const wchar_t* kReadyHandle = L"@@@@@@@@@@@File ready handle: %x\n";
 constexpr const wchar_t* kReadingLanguages = L"MultiLanguageApi: Reading languages from: %s\n";
 constexpr const wchar_t* kLanguageFileError =

@@ -10,9 +10,9 @@
 #include "diagnostics/DiagnosticsTexts.h"
 #include "engine/interfaces/ResourceManager.h"
 #include "engine/XmlDom.h"
-#include "engine/interfaces/ResourceManager.h"
 #include "engine/Bounded.h"
 #include "engine/Expand.h"
+#include "engine/FileNames.h"
 #include "engine/Log.h"
 #include "engine/ScopedHandle.h"
 #include "engine/Store.h"
@@ -308,6 +308,14 @@ bool CMultiLanguageApi::SelectLanguage(const wchar_t* code) {
 }
 
 bool CMultiLanguageApi::SelectRecord(LanguageRecord& record, const wchar_t* code) {
+  // The package name comes from a language file, the online one too, which may
+  // arrive over plain HTTP: a name that would leave the language folder is
+  // neither created, fetched nor run.
+  const wchar_t* refused = WhyNotBareFileName(record.package.Get());
+  if (refused != nullptr) {
+    LogMessage(diagtext::kPackageRefused, record.package ? record.package.Get() : L"", record.code.Get(), refused);
+    return false;
+  }
   if (!record.installed) {
     if (!DownloadPackage(record)) return false;
     record.installed = true;

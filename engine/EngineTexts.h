@@ -13,6 +13,15 @@ constexpr const wchar_t* kBusy = L"%i: %s Error: Multiple threads attempting exe
 constexpr const wchar_t* kNextBeforeExecute = L"[InstallCommand] Warning: GetNextIndex called before Execute\n";
 constexpr const wchar_t* kBaseBusy = L"[InstallCommand] Error: Multiple threads attempting execution\n";
 
+// Why a name from outside is not a bare file name (engine/FileNames.h).
+constexpr const wchar_t* kNameEmpty = L"it is empty";
+constexpr const wchar_t* kNameDots = L"it names a folder ('.' or '..')";
+constexpr const wchar_t* kNameHasSeparator = L"it holds a path separator";
+constexpr const wchar_t* kNameHasColon = L"it names a drive or a stream";
+constexpr const wchar_t* kNameHasForbidden = L"it holds a character Windows does not allow in names";
+constexpr const wchar_t* kNameTrailing = L"it ends in a dot or a blank";
+constexpr const wchar_t* kNameDevice = L"Windows reserves it for a device";
+
 // Expansion
 constexpr const wchar_t* kNoClosingBracket = L"ExpandVariables: No terminating ']' character found for variable '%s'.\n";
 constexpr const wchar_t* kNameNotAnsi = L"ExpandVariables: Could not convert string '%s' to ASCII.\n";

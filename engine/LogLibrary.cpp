@@ -5,6 +5,7 @@
 #include <new>
 
 #include "engine/Log.h"
+#include "engine/RuntimeLibrary.h"
 
 namespace {
 
@@ -29,7 +30,8 @@ T Resolve(HMODULE module, const char* name) {
 std::unique_ptr<LogLibraryTable> Bind() {
   std::unique_ptr<LogLibraryTable> table(new (std::nothrow) LogLibraryTable());
   if (!table) return table;
-  table->module.Reset(LoadLibraryW(L"log.dll"));
+  // Only ever the copy beside the plug-in: a search by name could find a planted one.
+  table->module.Reset(LoadLibraryAt(OwnModuleFolder() + L"log.dll"));
   if (!table->module) {
     table->logWrite = LogWriteStub;
     return table;

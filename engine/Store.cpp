@@ -14,10 +14,13 @@ StorePutFn g_put = nullptr;
 }  // namespace
 
 bool BindEngine() {
-  // The engine is the process's main module when it is named Installer.exe;
-  // LoadLibraryW then only takes a reference on it.
-  g_engineModule.Reset(LoadLibraryW(L"Installer.exe"));
-  if (!g_engineModule) return false;
+  // The engine is the module of the process named Installer.exe; this takes a
+  // reference on it. It is never searched for: in a process whose engine is not
+  // Installer.exe, a copy found on the search path would be loaded and its Get
+  // and Put called, so the library refuses to load instead.
+  HMODULE engine = nullptr;
+  if (!GetModuleHandleExW(0, L"Installer.exe", &engine)) return false;
+  g_engineModule.Reset(engine);
   g_get = reinterpret_cast<StoreGetFn>(reinterpret_cast<void*>(GetProcAddress(g_engineModule.Get(), "Get")));
   g_put = reinterpret_cast<StorePutFn>(reinterpret_cast<void*>(GetProcAddress(g_engineModule.Get(), "Put")));
   return true;

@@ -2,6 +2,8 @@
 
 #include <string>
 
+#include "engine/RuntimeLibrary.h"
+
 namespace {
 
 // Guards the library and the binding below. A slim lock needs no initialisation,
@@ -10,29 +12,6 @@ SRWLOCK g_unrarLock = SRWLOCK_INIT;
 HMODULE g_unrarModule = nullptr;
 UnrarApi g_unrarApi = {};
 std::wstring g_unrarPath;
-
-// unrar64.dll beside the module that holds this code, whatever the process's
-// search path: the engine's folder need not be the plug-in's.
-std::wstring LibraryBesidePlugin() {
-  HMODULE self = nullptr;
-  if (!GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
-                          reinterpret_cast<LPCWSTR>(&LibraryBesidePlugin), &self)) {
-    return L"unrar64.dll";
-  }
-  std::wstring path(MAX_PATH, L'\0');
-  for (;;) {
-    DWORD length = GetModuleFileNameW(self, &path[0], static_cast<DWORD>(path.size()));
-    if (length == 0) return L"unrar64.dll";
-    if (length < path.size()) {
-      path.resize(length);
-      break;
-    }
-    path.resize(path.size() * 2);
-  }
-  size_t slash = path.find_last_of(L"\\/");
-  path.erase(slash == std::wstring::npos ? 0 : slash + 1);
-  return path + L"unrar64.dll";
-}
 
 template <class Fn>
 bool Bind(HMODULE module, const char* name, Fn* slot) {
@@ -44,8 +23,10 @@ bool Bind(HMODULE module, const char* name, Fn* slot) {
 // all its calls are found.
 DWORD BindLibrary() {
   if (g_unrarModule != nullptr) return ERROR_SUCCESS;
-  if (g_unrarPath.empty()) g_unrarPath = LibraryBesidePlugin();
-  ScopedModule module(LoadLibraryExW(g_unrarPath.c_str(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH));
+  // Beside the plug-in, whatever the process's search path: the engine's folder
+  // need not be the plug-in's, and a copy in the current folder is never taken.
+  if (g_unrarPath.empty()) g_unrarPath = OwnModuleFolder() + L"unrar64.dll";
+  ScopedModule module(LoadLibraryAt(g_unrarPath));
   if (!module) {
     DWORD error = GetLastError();
     return error != ERROR_SUCCESS ? error : ERROR_MOD_NOT_FOUND;

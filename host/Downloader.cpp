@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <cwctype>
 
+#include "engine/FileNames.h"
 #include "engine/ScopedHandle.h"
 #include "host/HostServices.h"
 
@@ -120,7 +121,8 @@ std::wstring DownloadSource(const std::wstring& location, const std::wstring& na
   return path + name;
 }
 
-CDownloaderApi::CDownloaderApi() : stop_(CreateEventW(nullptr, TRUE, FALSE, nullptr)) {
+CDownloaderApi::CDownloaderApi(bool requireChecksum)
+    : requireChecksum_(requireChecksum), stop_(CreateEventW(nullptr, TRUE, FALSE, nullptr)) {
   InitializeCriticalSection(&lock_);
 }
 
@@ -178,6 +180,16 @@ uint32_t CDownloaderApi::Fetch(CFileInfo* record) {
             location == nullptr || location[0] == L'\0' ? L"location" : L"name or local folder");
     return kDownloadFailed;
   }
+  // The name usually comes from a language file fetched from the network: it may
+  // not reach outside the local folder, nor may the checksum file's.
+  const wchar_t* names[] = {fileName, record->checksumFileName.Get()};
+  for (const wchar_t* name : names) {
+    const wchar_t* refused = name != nullptr ? WhyNotBareFileName(name) : nullptr;
+    if (refused != nullptr) {
+      HostLog(L"Downloader: file name '%s' refused: %s.\n", name, refused);
+      return kDownloadFailed;
+    }
+  }
   std::wstring source = DownloadSource(location, fileName);
   std::wstring target = DownloadSource(record->localFolder.Get(), fileName);
   uint64_t existing = 0;
@@ -204,17 +216,33 @@ uint32_t CDownloaderApi::Fetch(CFileInfo* record) {
   FileSize(target, &size);
   HostLog(L"Downloader: '%s' arrived as '%s' (%I64u bytes).\n", source.c_str(), target.c_str(), size);
 
-  if (!record->verifyChecksum) return kDownloadArrived;
+  if (!record->verifyChecksum && !requireChecksum_) return kDownloadArrived;
+  uint32_t status = Verify(record, source, target);
+  // Nothing unverified stays under the name, where it could be run later.
+  if (status != kDownloadArrived) DeleteFileW(target.c_str());
+  return status;
+}
+
+uint32_t CDownloaderApi::Verify(CFileInfo* record, const std::wstring& source, const std::wstring& target) {
   std::wstring checksumSource = source + L".md5";
   std::wstring checksumTarget = DownloadSource(record->localFolder.Get(), record->checksumFileName
                                                                               ? record->checksumFileName.Get()
-                                                                              : std::wstring(fileName) + L".md5");
+                                                                              : std::wstring(record->fileName.Get()) +
+                                                                                    L".md5");
   std::wstring checksumPartial = checksumTarget + L".download";
+  std::wstring failure;
+  bool missing = false;
   if (!Get(checksumSource, checksumPartial, nullptr, &failure, &missing)) {
     DeleteFileW(checksumPartial.c_str());
-    // Without a checksum at the source there is nothing to check against.
-    if (missing) return kDownloadArrived;
-    HostLog(L"Downloader: checksum '%s' failed: %s.\n", checksumSource.c_str(), failure.c_str());
+    // Without a checksum at the source there is nothing to check against: taken
+    // as it is, unless every download must be verified.
+    if (missing && !requireChecksum_) return kDownloadArrived;
+    if (missing) {
+      HostLog(L"Downloader: '%s' has no checksum '%s' and downloads must be verified.\n", source.c_str(),
+              checksumSource.c_str());
+    } else {
+      HostLog(L"Downloader: checksum '%s' failed: %s.\n", checksumSource.c_str(), failure.c_str());
+    }
     return kDownloadBadChecksum;
   }
   MoveFileExW(checksumPartial.c_str(), checksumTarget.c_str(), MOVEFILE_REPLACE_EXISTING);

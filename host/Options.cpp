@@ -18,6 +18,8 @@ const wchar_t kUsage[] =
     L"                        answered with <code> (0 OK, 1 Cancel, 2 Retry, 3 Yes, 4 No, ...;\n"
     L"                        default 0)\n"
     L"  /langdll=<path>       resource module published as HMODULE_LangDll\n"
+    L"  /verify-downloads     every download needs a matching <name>.md5 at its source;\n"
+    L"                        one without fails (status 4) and is not kept\n"
     L"  /languages            after the run, list the languages of SelfFree_MultiLanguageApi\n"
     L"                        (waiting for the online language file)\n"
     L"  /select-language=<code>  after the run, select a language as the user's pick would\n"
@@ -74,6 +76,8 @@ bool ParseOptions(const std::vector<std::wstring>& arguments, HostOptions* optio
         *error = L"/select-language= needs a language code";
         return false;
       }
+    } else if (StartsWithNoCase(argument, L"/verify-downloads") && argument.size() == 17) {
+      options->verifyDownloads = true;
     } else if (StartsWithNoCase(argument, L"/texts") && argument.size() == 6) {
       options->printTexts = true;
     } else if (StartsWithNoCase(argument, L"/set:")) {

@@ -20,6 +20,7 @@ struct HostOptions {
   std::wstring selectLanguage;
   bool printTexts = false;
   std::wstring langDll;  // resource module published as HMODULE_LangDll
+  bool verifyDownloads = false;  // a download without a checksum at its source fails
 };
 
 // Parses the arguments after the program's name. Switches the engine does not know

@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "engine/interfaces/ErrorCollector.h"
+#include "engine/RuntimeLibrary.h"
 #include "engine/ScopedHandle.h"
 #include "engine/SelfFree.h"
 #include "host/Downloader.h"
@@ -51,12 +52,12 @@ void PrintUtf8(FILE* stream, const std::wstring& text) {
 
 void Fail(const std::wstring& message) { PrintUtf8(stderr, L"Installer: " + message + L"\n"); }
 
-std::wstring ModuleFolder() {
-  wchar_t path[MAX_PATH] = {};
-  GetModuleFileNameW(nullptr, path, MAX_PATH);
-  std::wstring folder(path);
-  size_t slash = folder.find_last_of(L"\\/");
-  return slash == std::wstring::npos ? std::wstring() : folder.substr(0, slash + 1);
+// A path given on the command line, made absolute against the current folder,
+// where the user who typed it meant it.
+std::wstring FullPath(const std::wstring& path) {
+  wchar_t full[MAX_PATH * 4] = {};
+  DWORD length = GetFullPathNameW(path.c_str(), MAX_PATH * 4, full, nullptr);
+  return length > 0 && length < MAX_PATH * 4 ? std::wstring(full) : path;
 }
 
 void PutString(const char* name, const std::wstring& value) {
@@ -120,12 +121,15 @@ int Run(const HostOptions& options) {
     Fail(L"script '" + options.script + L"' not found");
     return kExitFileNotFound;
   }
-  std::wstring pluginPath = options.plugin.empty() ? ModuleFolder() + L"InstallCommands.dll" : options.plugin;
+  // The plug-in comes from the engine's own folder unless the command line names
+  // one, and is never searched for by name.
+  std::wstring pluginPath =
+      options.plugin.empty() ? OwnModuleFolder() + L"InstallCommands.dll" : FullPath(options.plugin);
 
   VariableStore& store = VariableStore::Instance();
   CSelfFree* decrypter = new CPlainDecrypter();
   CSelfFree* lists = new CMultiStringApi();
-  CSelfFree* downloader = new CDownloaderApi();
+  CSelfFree* downloader = new CDownloaderApi(options.verifyDownloads);
   CTraceLogger* trace = options.trace ? new CTraceLogger() : nullptr;
   store.Put("SelfFree_Decrypter", reinterpret_cast<StoreValue>(decrypter));
   store.Put("SelfFree_MultiStringApi", reinterpret_cast<StoreValue>(lists));
@@ -140,7 +144,7 @@ int Run(const HostOptions& options) {
     });
   }
   PutString("String_CommandLine", GetCommandLineW());
-  PutString("String_ApplicationPath", ModuleFolder());
+  PutString("String_ApplicationPath", OwnModuleFolder());
   // The shell folders scripts put links in, each with a trailing backslash.
   PutShellFolder("String_CommonDesktopPath", CSIDL_COMMON_DESKTOPDIRECTORY);
   PutShellFolder("String_CommonPrograms", CSIDL_COMMON_PROGRAMS);
@@ -163,7 +167,7 @@ int Run(const HostOptions& options) {
 
   // Freed when Run returns: every way out releases the store, and with it what the
   // plug-in made, first.
-  ScopedModule plugin(LoadLibraryW(pluginPath.c_str()));
+  ScopedModule plugin(LoadLibraryAt(pluginPath));
   if (!plugin) {
     Fail(L"cannot load the plug-in library '" + pluginPath + L"' (error " + std::to_wstring(GetLastError()) + L")");
     ReleaseStore(owned);
@@ -177,7 +181,7 @@ int Run(const HostOptions& options) {
   store.Put("HMODULE_AdditionalDll", reinterpret_cast<StoreValue>(GetModuleHandleW(nullptr)));
   ScopedModule langDll;
   if (!options.langDll.empty()) {
-    langDll.Reset(LoadLibraryExW(options.langDll.c_str(), nullptr,
+    langDll.Reset(LoadLibraryExW(FullPath(options.langDll).c_str(), nullptr,
                                  LOAD_LIBRARY_AS_DATAFILE | LOAD_LIBRARY_AS_IMAGE_RESOURCE));
     if (!langDll) {
       Fail(L"cannot load the language module '" + options.langDll + L"' (error " + std::to_wstring(GetLastError()) +

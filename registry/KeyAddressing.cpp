@@ -4,6 +4,7 @@
 #include <cwchar>
 
 #include "engine/Log.h"
+#include "engine/RuntimeLibrary.h"
 #include "engine/Store.h"
 #include "engine/StoreNames.h"
 #include "probes/Platform.h"
@@ -81,6 +82,14 @@ bool DeleteTreeRecurse(HKEY root, wchar_t* path, RegDeleteKeyExFn deleteKeyEx) {
 
 bool X64Requested() { return StoreGetInt32(storename::kX64) != 0; }
 
+RegDeleteKeyExFn BindRegDeleteKeyEx(ScopedModule* advapi) {
+  // From System32 only: a search by name could find a planted advapi32.dll.
+  advapi->Reset(LoadSystemLibrary(L"advapi32.dll"));
+  return *advapi ? reinterpret_cast<RegDeleteKeyExFn>(
+                       reinterpret_cast<void*>(GetProcAddress(advapi->Get(), "RegDeleteKeyExW")))
+                 : nullptr;
+}
+
 LONG DeleteKeyInSystemView(HKEY root, const wchar_t* subkey, RegDeleteKeyExFn deleteKeyEx) {
   // The view follows the system, not int_x64: a 64-bit system deletes in its
   // 64-bit view whatever the script asked for.
@@ -95,11 +104,8 @@ bool DeleteRegistryTree(HKEY root, const wchar_t* subkey) {
     LogMessage(regtext::kTreeWholeRoot);
     return false;
   }
-  ScopedModule advapi(LoadLibraryW(L"Advapi32"));
-  RegDeleteKeyExFn deleteKeyEx =
-      advapi ? reinterpret_cast<RegDeleteKeyExFn>(
-                   reinterpret_cast<void*>(GetProcAddress(advapi.Get(), "RegDeleteKeyExW")))
-             : nullptr;
+  ScopedModule advapi;
+  RegDeleteKeyExFn deleteKeyEx = BindRegDeleteKeyEx(&advapi);
   // A longer path is cut, not refused: the delete then reports a key that is not
   // there, which is true of the cut path.
   wchar_t path[kTreePathCapacity] = {};

@@ -39,6 +39,9 @@ bool X64Requested();
 // RegDeleteKeyExW, bound at run time so that the library still loads on systems
 // without it.
 typedef LONG(WINAPI* RegDeleteKeyExFn)(HKEY root, const wchar_t* subkey, REGSAM view, DWORD reserved);
+// Binds it from System32's advapi32.dll, which advapi keeps loaded while the
+// pointer is used; null when the system lacks it.
+RegDeleteKeyExFn BindRegDeleteKeyEx(ScopedModule* advapi);
 
 // Deletes one key without subkeys: through deleteKeyEx in the 64-bit view on a
 // 64-bit system, else with RegDeleteKeyW. A null deleteKeyEx also falls back to

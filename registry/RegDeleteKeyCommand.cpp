@@ -22,11 +22,8 @@ int32_t CRegDeleteKeyCommand::Execute(HANDLE, CRITICAL_SECTION*) {
   ExpandSubkey();
   LogMessage(regtext::kDeleteKeyBegin, index, kTag, subkey.Get(),
              recursive ? regtext::kRecursiveTrue : regtext::kRecursiveFalse);
-  ScopedModule advapi(LoadLibraryW(L"Advapi32"));
-  RegDeleteKeyExFn deleteKeyEx =
-      advapi ? reinterpret_cast<RegDeleteKeyExFn>(
-                   reinterpret_cast<void*>(GetProcAddress(advapi.Get(), "RegDeleteKeyExW")))
-             : nullptr;
+  ScopedModule advapi;
+  RegDeleteKeyExFn deleteKeyEx = BindRegDeleteKeyEx(&advapi);
   if (!allUsers) {
     if (recursive) {
       if (!DeleteRegistryTree(root, subkey.Get())) LogMessage(regtext::kDeleteTreeFailed, index, kTag, subkey.Get());

@@ -88,5 +88,50 @@ TEST_F(DownloaderTest, FailuresSignalWithAStatusOtherThanArrived) {
   WriteAll(server_ + L"checked.txt", "abd");
   EXPECT_EQ(Download(L"checked.txt", serverUrl_.c_str()).status, kDownloadBadChecksum);
   EXPECT_EQ(Download(L"checked.txt", serverUrl_.c_str(), 1, 0).status, kDownloadArrived) << "not asked to check";
+}
 
+// Fault caught: a language file from the network that writes or runs a file outside the language folder.
+TEST_F(DownloaderTest, NamesThatLeaveTheFolderAreRefusedAndTheOtherLanguagesStillWork) {
+  ASSERT_FALSE(serverUrl_.empty()) << "no web server: run through ctest, which starts it";
+  // landing: where an accepted name would have put the file, outside lang_.
+  struct Hostile { const char* code; const wchar_t *package, *reason; std::wstring landing; } rows[] = {
+      {"xa-XA", L"..\\..\\evil.exe", L"it holds a path separator", lang_ + L"..\\..\\evil.exe"},
+      {"xb-XB", L"C:\\evil.exe", L"it names a drive or a stream", L"C:\\evil.exe"},
+      {"xc-XC", L"sub\\evil.exe", L"it holds a path separator", lang_ + L"sub\\evil.exe"},
+      {"xe-XE", L"CON", L"Windows reserves it for a device", L""},  // CON.md5 is CON too: see the listing
+      {"xf-XF", L"evil.exe.", L"it ends in a dot or a blank", lang_ + L"evil.exe"},
+      {"xg-XG", L"a.txt:evil.exe", L"it names a drive or a stream", lang_ + L"a.txt"},
+      {"xh-XH", L"..", L"it names a folder ('.' or '..')", lang_ + L"...md5"},
+  };
+  std::string online = R"(<de-DE name="Deutsch" package="lang-de-DE.exe"/>)";
+  for (const Hostile& row : rows) {
+    online += std::string("<") + row.code + " name='Evil' package='" + Narrow(row.package) + "'/>";
+  }
+  WriteAll(server_ + L"languages.xml.online", LanguageFile(online));
+  WriteAll(lang_ + L"languages.xml", LanguageFile(R"(<en-US name="English" package="lang-en-US.exe"/>)"));
+  CopyPackage(L"de-DE", server_);
+  StoreText("String_ApplicationPath", ProgramFolder().c_str());
+  RunElement(L"<MultiLanguage langDir='" + lang_ + L"' configFile='languages.xml' onlineConfigLocation='" +
+             serverUrl_ + L"'/>");
+  auto* languages = reinterpret_cast<IMultiLanguageApi*>(StoreRead("SelfFree_MultiLanguageApi"));
+  Bounded([&] { languages->GetLanguages(); });
+  auto select = [&](const std::wstring& code) {
+    bool selected = false;
+    Bounded([&] { selected = languages->SelectLanguage(code.c_str()); });
+    return selected;
+  };
+  for (const Hostile& row : rows) {
+    SCOPED_TRACE(Narrow(row.package));
+    std::wstring code = Widen(row.code);
+    EXPECT_EQ(Download(row.package, serverUrl_.c_str()).status, kDownloadFailed);
+    EXPECT_TRUE(log_->Contains(L"Downloader: file name '" + std::wstring(row.package) + L"' refused: " + row.reason +
+                               L".\n"));
+    EXPECT_FALSE(select(code));
+    EXPECT_TRUE(log_->Contains(L"Multilanguage: package '" + std::wstring(row.package) + L"' of language '" + code +
+                               L"' refused: " + row.reason + L".\n"));
+    EXPECT_TRUE(row.landing.empty() || !Exists(row.landing) && !Exists(row.landing + L".md5"));
+  }
+  EXPECT_EQ(ListTree(lang_), (Lines{L"languages.xml", L"languages.xml.online", L"languages.xml.online.md5"}));
+  EXPECT_TRUE(select(L"de-DE")) << "a good name of the same file still works";
+  EXPECT_TRUE(Exists(lang_ + L"lang-de-DE.exe"));
 }

@@ -45,6 +45,16 @@ TEST_F(HostRunTest, LanguageScriptLoadsTextsFetchesTheOnlineListAndSwitchesLangu
   EXPECT_TRUE(Has(switched.out, "  InstallFailed=Die Installation ist fehlgeschlagen.\n")) << switched.out;
   EXPECT_TRUE(Has(switched.out, "  IDS_SingleInstanceTitle=Setup l\xC3\xA4uft bereits\n")) << switched.out;
   EXPECT_EQ(ReadAll(lang + L"lang-de-DE.exe"), ReadAll(served + L"lang-de-DE.exe"));
+  // Where downloads must be verified, the online list with its checksum arrives, but
+  // the package without one is neither kept nor run: the texts stay English.
+  DeleteFileW((served + L"lang-de-DE.exe.md5").c_str());
+  ProcessResult unverified = run(L"/trace /verify-downloads /languages /select-language=de-DE /texts");
+  EXPECT_TRUE(Has(unverified.out, "languages: 2 (current: en-US)\n")) << unverified.out;
+  EXPECT_EQ(unverified.exitCode, 0u) << unverified.err;
+  EXPECT_TRUE(Has(unverified.out, "select-language de-DE: failed\ncurrent language: en-US\n")) << unverified.out;
+  EXPECT_TRUE(Has(unverified.out, "  InstallFailed=The installation failed.\n")) << unverified.out;
+  EXPECT_FALSE(Exists(lang + L"lang-de-DE.exe"));
+  EXPECT_TRUE(Has(unverified.err, "lang-de-DE.exe.md5' and downloads must be verified.\n")) << unverified.err;
   // A package the server lacks keeps the language and its texts.
   DeleteFileW((served + L"lang-de-DE.exe").c_str());
   ProcessResult lacking = run(L"/select-language=de-DE /texts");
