@@ -42,6 +42,15 @@ HRESULT AttributeReader::ReadNumber(const wchar_t* name, int32_t* value) {
   return hr;
 }
 
+HRESULT AttributeReader::ReadWaitAmount(const wchar_t* name, int32_t* value) {
+  wchar_t* text = nullptr;
+  HRESULT hr = ReadText(name, &text);
+  if (hr != S_OK) return hr;
+  _wcsupr_s(text, wcslen(text) + 1);
+  *value = wcscmp(text, L"INFINITE") == 0 ? -1 : _wtoi(text);
+  return S_OK;
+}
+
 HRESULT AttributeReader::ReadCopy(const wchar_t* name, ScopedText& copy) {
   wchar_t* text = nullptr;
   HRESULT hr = ReadText(name, &text);

@@ -35,6 +35,10 @@ class AttributeReader {
   // A number: the text through wcstol with base 0, so 0x hexadecimal and
   // leading-zero octal are accepted and text that is no number reads as 0.
   HRESULT ReadNumber(const wchar_t* name, int32_t* value);
+  // A wait in milliseconds: upper-cased in place first, so "infinite" in any
+  // case gives -1 (no limit); anything else is decimal only through _wtoi, so
+  // "0x10" reads as 0, that is, no wait.
+  HRESULT ReadWaitAmount(const wchar_t* name, int32_t* value);
   // A private copy of the text, replacing what copy held.
   HRESULT ReadCopy(const wchar_t* name, ScopedText& copy);
 

@@ -67,14 +67,7 @@ int32_t CWaitForHandleCommand::Load(IXMLDOMNamedNodeMap* attributes) {
   AttributeReader reader(attributes);
   HRESULT hr = ReadEventVar(reader);
   if (hr != S_OK) return hr;
-  wchar_t* text = nullptr;
-  hr = reader.ReadText(L"waitAmount", &text);
-  if (hr != S_OK) return hr;
-  // Upper-cased first, so "infinite" in any case means no limit. Anything else is
-  // decimal only: "0x10" reads as 0, that is, no wait.
-  _wcsupr_s(text, wcslen(text) + 1);
-  waitAmount = wcscmp(text, L"INFINITE") == 0 ? -1 : _wtoi(text);
-  return kStatusOk;
+  return reader.ReadWaitAmount(L"waitAmount", &waitAmount);
 }
 
 int32_t CWaitForHandleCommand::Execute(HANDLE cancelHandle, CRITICAL_SECTION*) {

@@ -12,6 +12,7 @@ ExecuteFrame::ExecuteFrame(CInstallCommand& command, const FrameStyle& style) : 
   const bool beginFirst = (flags & kFrameSkipWhenBusy) != 0;
   if (beginFirst && !(flags & kFrameNoBeginLine)) Line(kLogLevelInfo, enginetext::kBegin, command_.index, style_.tag);
   entered_ = (flags & kFrameNoGuard) != 0 || TryEnterCriticalSection(&command_.lock);
+  if (flags & kFrameEntersTwice) entered_ = TryEnterCriticalSection(&command_.lock);
   if (!entered_) return;
   if (!beginFirst && !(flags & kFrameNoBeginLine)) Line(kLogLevelInfo, enginetext::kBegin, command_.index, style_.tag);
 }

@@ -28,6 +28,10 @@ enum FrameFlag : unsigned {
   // The begin line comes before the guard, and a guard held by another thread
   // only skips the work: no busy line, the end line all the same, status 0.
   kFrameSkipWhenBusy = 1u << 5,
+  // The lock is tried twice in a row and both entries count; the one release at
+  // the end leaves it held once, so the first thread to run the command keeps it
+  // for good. Only the second try decides whether the command runs.
+  kFrameEntersTwice = 1u << 6,
 };
 // A command with no frame at all: no guard, no lines, never marked.
 constexpr unsigned kFrameBare = kFrameNoGuard | kFrameNoBeginLine | kFrameNoEndLine | kFrameNeverMarked;

@@ -23,3 +23,10 @@ HMODULE LoadLibraryAt(const std::wstring& path);
 
 // A system library, from System32 only.
 HMODULE LoadSystemLibrary(const wchar_t* name);
+
+// Sets *slot to the library's function name; false when the library lacks it.
+template <class Fn>
+bool BindExport(HMODULE module, const char* name, Fn* slot) {
+  *slot = reinterpret_cast<Fn>(reinterpret_cast<void*>(GetProcAddress(module, name)));
+  return *slot != nullptr;
+}

@@ -24,6 +24,7 @@ constexpr const char* kLoggerApi = "SelfFree_LoggerApi";
 constexpr const char* kErrorApi = "SelfFree_ErrorApi";
 constexpr const char* kResourceManager = "SelfFree_ResourceManager";
 constexpr const char* kMultiLanguageApi = "SelfFree_MultiLanguageApi";
+constexpr const char* kUsageReportingApi = "SelfFree_UsageReportingApi";
 
 // Probes and guards
 constexpr const char* kX64 = "int_x64";

@@ -14,8 +14,10 @@
 #include "frontend/ConsoleCommand.h"
 #include "frontend/MessageBox.h"
 #include "frontend/ProgressCommands.h"
+#include "frontend/RunAsUserCommand.h"
 #include "frontend/VltInstallCommand.h"
 #include "probes/GuardCommands.h"
+#include "reporting/UsageReportingCommands.h"
 #include "registry/RegCreateKeyCommand.h"
 #include "registry/RegDeleteKeyCommand.h"
 #include "registry/RegDeleteValueCommand.h"
@@ -74,3 +76,9 @@ COMMAND_FACTORY(CUndoMoveFileExCommand)
 COMMAND_FACTORY(CWriteIEADSCommand)
 COMMAND_FACTORY(CLocalizationManagerCommand)
 COMMAND_FACTORY(CMultiLanguageCommand)
+COMMAND_FACTORY(CUsageReportingInitCommand)
+COMMAND_FACTORY(CUsageReportingSetPropertyCommand)
+COMMAND_FACTORY(CUsageReportingReportCommand)
+COMMAND_FACTORY(CUsageReportingBeginReportCommand)
+COMMAND_FACTORY(CUsageReportingEndReportCommand)
+COMMAND_FACTORY(CVltRunAsUserCommand)

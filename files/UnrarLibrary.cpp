@@ -13,12 +13,6 @@ HMODULE g_unrarModule = nullptr;
 UnrarApi g_unrarApi = {};
 std::wstring g_unrarPath;
 
-template <class Fn>
-bool Bind(HMODULE module, const char* name, Fn* slot) {
-  *slot = reinterpret_cast<Fn>(reinterpret_cast<void*>(GetProcAddress(module, name)));
-  return *slot != nullptr;
-}
-
 // Called under the lock. The module stays loaded for the life of the process once
 // all its calls are found.
 DWORD BindLibrary() {
@@ -32,11 +26,11 @@ DWORD BindLibrary() {
     return error != ERROR_SUCCESS ? error : ERROR_MOD_NOT_FOUND;
   }
   UnrarApi api = {};
-  if (!Bind(module.Get(), "RAROpenArchiveEx", &api.RAROpenArchiveEx) ||
-      !Bind(module.Get(), "RARCloseArchive", &api.RARCloseArchive) ||
-      !Bind(module.Get(), "RARReadHeaderEx", &api.RARReadHeaderEx) ||
-      !Bind(module.Get(), "RARProcessFile", &api.RARProcessFile) ||
-      !Bind(module.Get(), "RARProcessFileW", &api.RARProcessFileW)) {
+  if (!BindExport(module.Get(), "RAROpenArchiveEx", &api.RAROpenArchiveEx) ||
+      !BindExport(module.Get(), "RARCloseArchive", &api.RARCloseArchive) ||
+      !BindExport(module.Get(), "RARReadHeaderEx", &api.RARReadHeaderEx) ||
+      !BindExport(module.Get(), "RARProcessFile", &api.RARProcessFile) ||
+      !BindExport(module.Get(), "RARProcessFileW", &api.RARProcessFileW)) {
     return ERROR_PROC_NOT_FOUND;
   }
   g_unrarApi = api;

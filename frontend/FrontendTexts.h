@@ -16,6 +16,7 @@ constexpr const wchar_t* kConsoleTag = L"VltConsole";
 constexpr const wchar_t* kMessageBoxTag = L"VltMessageBox";
 constexpr const wchar_t* kUpdateProgressTag = L"VltUpdateProgress";
 constexpr const wchar_t* kSetErrorTag = L"VltSetError";
+constexpr const wchar_t* kRunAsUserTag = L"VltRunAsUser";
 
 // VltCommandLineParser
 constexpr const wchar_t* kNoCommandLine = L"%i: VltCommandLine Could not get command line\n";
@@ -42,6 +43,20 @@ constexpr const char* kConsoleProgress = "%S - %d%%\n";
 // VltUpdateProgress and VltSetError
 constexpr const wchar_t* kUpdateProgress = L"%i: UpdateProgress:%d\n";
 constexpr const wchar_t* kSetError = L"%i: SetError: %s\n";
+
+// VltRunAsUser. The lines of the process start have no "\n" of their own, and
+// two end in a blank: log readers know them so.
+constexpr const wchar_t* kCannotCreateDir = L"Cannot create dir %s. (error %d)\n";
+constexpr const wchar_t* kCommandLineQuoted = L"\"%s\"";
+constexpr const wchar_t* kCommandLineWithArgs = L"\"%s\" %s";
+constexpr const wchar_t* kNoTerminalServer = L"Could not open WTSserver. errCode:%d";
+constexpr const wchar_t* kNoSessionList = L"Could not enumerate sessions. errCode:%d";
+constexpr const wchar_t* kNoUserToken = L"Could not query the user token for session %d. errCode:%d";
+constexpr const wchar_t* kStartAsUserFailed = L"Could not create process %s as user with session Id %d. errCode:%d";
+constexpr const wchar_t* kStartedAsUser = L"Process %s as user with session Id %d was started with pid %d";
+constexpr const wchar_t* kNoUserLoggedIn = L"No user is logged in Trying normal CreateProcess! (retval:%d)";
+constexpr const wchar_t* kStartFailed = L"Could not create process %s  errCode:%d ";
+constexpr const wchar_t* kStarted = L"Process %s was started with pid %d ";
 
 }  // namespace frontendtext
 

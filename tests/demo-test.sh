@@ -37,11 +37,13 @@ expect "$out/install.out" "Running silent installer" "Installing!" "Install path
   "Demo Product - 75%" "Demo Product - 100%" "ended with exit code 0" "vliface.exe" "data/settings.ini" \
   "InstallPath    REG_SZ    C:\\DemoProduct\\" "SERVICE_NAME: vlserv" "RUNNING" \
   "Programs/InstallCommands Demo Product/Demo Product.lnk" "StartUp/Demo Product.lnk" "merged log: C:/ProgramData/"
-expect "$out/install.out" "[ThreadId 2] Reached end command."
+expect "$out/install.out" "[ThreadId 2] Reached end command." "first-run.txt: Demo product 1.0 started by its installer" \
+  '"call":"BeginReport"' '"call":"EndReport"' '"eventName":"installed"' '"durationMs":'
 
 "$root/tools/demo.sh" uninstall > "$out/uninstall.out" 2>&1 || { cat "$out/uninstall.out"; exit 1; }
 cat "$out/uninstall.out"
 expect "$out/uninstall.out" "Uninstalling!" "Demo Product - 100%" "ended with exit code 0" \
-  "files: C:\\DemoProduct is not there" "is not there" "vlserv is not installed" "merged log: C:/ProgramData/"
+  "files: C:\\DemoProduct is not there" "is not there" "vlserv is not installed" "merged log: C:/ProgramData/" \
+  '"eventName":"removed"'
 rm -rf "$out"
 exit $failed

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # The demo install: sets up, builds, makes the demo product's distribution folder
-# (Installer.exe, the plug-in, unrar64.dll, installerpackage.exe packed with rar,
-# the language folder) and runs it under Wine in a prefix of its own, with the
+# (Installer.exe, the plug-in, unrar64.dll, UsageReporting.dll, installerpackage.exe
+# packed with rar, the language folder) and runs it under Wine in a prefix of its own, with the
 # console front end and the script the plug-in carries (demo/install.xml).
 #
 #   tools/demo.sh [install]      install the demo product (the default)
@@ -45,7 +45,8 @@ fi
 # The distribution folder, as a product would ship it.
 rm -rf "$dist" "$build/demo/payload"
 mkdir -p "$dist" "$build/demo/payload"
-cp "$build/bin/Installer.exe" "$build/bin/InstallCommands.dll" "$build/bin/unrar64.dll" "$dist/"
+cp "$build/bin/Installer.exe" "$build/bin/InstallCommands.dll" "$build/bin/unrar64.dll" \
+  "$build/bin/UsageReporting.dll" "$dist/"
 cp -r "$build/demo/lang" "$dist/lang"
 cp "$build/demo/product/vlscan.exe" "$build/demo/product/vliface.exe" "$root/demo/product/readme.txt" \
   "$build/demo/payload/"
@@ -57,6 +58,8 @@ trace=()
 switches=(/autoanswer)
 [ "$action" = uninstall ] && switches+=(/remove)
 logs_before=$(ls "$prefix/drive_c/ProgramData/"*.nvinstall.bin 2>/dev/null || true)
+usage="$prefix/drive_c/ProgramData/InstallCommands/Demo Product/usage/UsageReport.jsonl"
+usage_before=$( (wc -l < "$usage") 2>/dev/null || echo 0)
 
 echo "demo: $action of Demo Product with $(winpath "$dist")\\Installer.exe ${switches[*]}"
 status=0
@@ -88,6 +91,20 @@ fi
 echo "shortcuts:"
 find "$prefix/drive_c/ProgramData/Microsoft/Windows/Start Menu" -name '*.lnk' 2>/dev/null | grep -i "demo product" |
   sed "s|^$prefix/drive_c/|  C:/|" || echo "  none"
+echo "started program:"
+# The installer does not wait for the program it starts last; give it a moment.
+for _ in 1 2 3 4 5 6 7 8 9 10; do [ -f "$product/first-run.txt" ] && break; [ -d "$product" ] || break; sleep 0.5; done
+if [ -f "$product/first-run.txt" ]; then
+  sed 's/^/  C:\\DemoProduct\\first-run.txt: /' "$product/first-run.txt"
+else
+  echo "  none"
+fi
+if [ -f "$usage" ]; then
+  echo "usage report: C:/ProgramData/InstallCommands/Demo Product/usage/UsageReport.jsonl ($usage), this run's lines:"
+  tail -n +"$((usage_before + 1))" "$usage" | sed 's/^/  /'
+else
+  echo "usage report: none"
+fi
 merged=$(ls -t "$prefix/drive_c/ProgramData/"*.nvinstall.bin 2>/dev/null | head -n 1 || true)
 if [ -n "$merged" ] && ! echo "$logs_before" | grep -qxF "$merged"; then
   plain=$build/demo/$action.log

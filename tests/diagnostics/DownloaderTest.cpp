@@ -129,7 +129,7 @@ TEST_F(DownloaderTest, NamesThatLeaveTheFolderAreRefusedAndTheOtherLanguagesStil
     EXPECT_FALSE(select(code));
     EXPECT_TRUE(log_->Contains(L"Multilanguage: package '" + std::wstring(row.package) + L"' of language '" + code +
                                L"' refused: " + row.reason + L".\n"));
-    EXPECT_TRUE(row.landing.empty() || !Exists(row.landing) && !Exists(row.landing + L".md5"));
+    EXPECT_TRUE(row.landing.empty() || (!Exists(row.landing) && !Exists(row.landing + L".md5")));
   }
   EXPECT_EQ(ListTree(lang_), (Lines{L"languages.xml", L"languages.xml.online", L"languages.xml.online.md5"}));
   EXPECT_TRUE(select(L"de-DE")) << "a good name of the same file still works";

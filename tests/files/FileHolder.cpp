@@ -4,8 +4,10 @@
 //
 //   file_holder.exe hold <path> <event>   keeps <path> open without delete sharing
 //   file_holder.exe run <event>           just runs; a copy of it is an image in use
+//   file_holder.exe mark <ms> <file>      after <ms>, writes its working folder to <file>
 #include <windows.h>
 
+#include <cstdlib>
 #include <cwchar>
 
 namespace {
@@ -26,5 +28,16 @@ int wmain(int argc, wchar_t** argv) {
     return Ready(argv[3]);
   }
   if (argc == 3 && wcscmp(argv[1], L"run") == 0) return Ready(argv[2]);
+  if (argc == 4 && wcscmp(argv[1], L"mark") == 0) {
+    Sleep(static_cast<DWORD>(_wtoi(argv[2])));
+    wchar_t folder[MAX_PATH] = {};
+    DWORD length = GetCurrentDirectoryW(MAX_PATH, folder);
+    HANDLE file = CreateFileW(argv[3], GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, 0, nullptr);
+    if (file == INVALID_HANDLE_VALUE) return 2;
+    DWORD written = 0;
+    WriteFile(file, folder, length * sizeof(wchar_t), &written, nullptr);
+    CloseHandle(file);
+    return 0;
+  }
   return 1;
 }
