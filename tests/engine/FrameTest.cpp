@@ -101,7 +101,6 @@ const FrameRow kRows[] = {
      L"LocalizationManager", true, Guard::kBusy, L"LocalizationManager"},
     {L"<MultiLanguage index='5' langDir='{dir}lang' configFile='languages.xml'/>",
      L"5: Multilanguage Begin execute.\n", L"Multilanguage", false, Guard::kBusy, L"Multilanguage"},
-    // No client library beside this program: Init fails and the rest are no-ops.
     {L"<UsageReportingInit index='5' productName='Frame' dbPath='{dir}'/>", L"5: UsageReportingInit Begin execute.\n",
      L"UsageReportingInit", true, Guard::kBusy, L"UsageReportingInit"},
     {L"<UsageReportingSetProperty index='5' name='n' value='v'/>", L"5: UsageReportingSetProperty Begin execute.\n",
@@ -113,7 +112,6 @@ const FrameRow kRows[] = {
      L"UsageReportingBeginReport"},
     {L"<UsageReportingEndReport index='5' name='n' variable='{name}'/>", L"5: UsageReportingEndReport Begin execute.\n",
      L"UsageReportingEndReport", true, Guard::kBusy, L"UsageReportingEndReport"},
-    // Entered twice and left once: the lock stays with the thread that ran it.
     {L"<VltRunAsUser index='5' command='cmd.exe' args='/c exit 0' waitAmount='0'/>",
      L"5: VltRunAsUser Begin execute.\n", L"VltRunAsUser", true, Guard::kBusy, L"VltRunAsUser", 0, true},
 };

@@ -7,6 +7,7 @@
 //   file_holder.exe mark <ms> <file>      after <ms>, writes its working folder to <file>
 #include <windows.h>
 
+#include <cstdio>
 #include <cstdlib>
 #include <cwchar>
 
@@ -31,13 +32,10 @@ int wmain(int argc, wchar_t** argv) {
   if (argc == 4 && wcscmp(argv[1], L"mark") == 0) {
     Sleep(static_cast<DWORD>(_wtoi(argv[2])));
     wchar_t folder[MAX_PATH] = {};
-    DWORD length = GetCurrentDirectoryW(MAX_PATH, folder);
-    HANDLE file = CreateFileW(argv[3], GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, 0, nullptr);
-    if (file == INVALID_HANDLE_VALUE) return 2;
-    DWORD written = 0;
-    WriteFile(file, folder, length * sizeof(wchar_t), &written, nullptr);
-    CloseHandle(file);
-    return 0;
+    FILE* file = _wfopen(argv[3], L"wb");
+    if (file == nullptr) return 2;
+    fwrite(folder, sizeof(wchar_t), GetCurrentDirectoryW(MAX_PATH, folder), file);
+    return fclose(file);
   }
   return 1;
 }

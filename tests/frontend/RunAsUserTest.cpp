@@ -4,21 +4,12 @@
 #include "tests/support/PluginFixture.h"
 
 TEST(UserSessionTest, IsTheHighestActiveOne) {
-  struct Row {
-    std::vector<std::pair<DWORD, WTS_CONNECTSTATE_CLASS>> sessions;
-    DWORD chosen;
-  } rows[] = {
-      {{{1, WTSActive}, {3, WTSActive}}, 3},
-      {{{3, WTSActive}, {1, WTSActive}}, 3},
-      {{{1, WTSActive}, {5, WTSDisconnected}}, 1},
-      {{{0, WTSDisconnected}, {2, WTSConnected}}, 0},
-      {{}, 0},
-  };
-  for (const Row& row : rows) {
-    std::vector<WTS_SESSION_INFOW> list;
-    for (auto& session : row.sessions) list.push_back({session.first, nullptr, session.second});
-    EXPECT_EQ(ChooseUserSession(list.data(), static_cast<DWORD>(list.size())), row.chosen);
-  }
+  auto choose = [](std::vector<WTS_SESSION_INFOW> list) { return ChooseUserSession(list.data(), list.size()); };
+  EXPECT_EQ(choose({{1, nullptr, WTSActive}, {3, nullptr, WTSActive}}), 3u);
+  EXPECT_EQ(choose({{3, nullptr, WTSActive}, {1, nullptr, WTSActive}}), 3u);
+  EXPECT_EQ(choose({{1, nullptr, WTSActive}, {5, nullptr, WTSDisconnected}}), 1u);
+  EXPECT_EQ(choose({{2, nullptr, WTSConnected}}), 0u);
+  EXPECT_EQ(choose({}), 0u);
 }
 
 class RunAsUserTest : public PluginTest {
@@ -29,10 +20,7 @@ class RunAsUserTest : public PluginTest {
     ASSERT_TRUE(CopyFileW(FileHolder::ProgramPath().c_str(), program_.c_str(), FALSE));
     StoreText("String_RunTools", dir_ + L"with blanks");
   }
-  void TearDown() override {
-    RemoveTree(dir_);
-    PluginTest::TearDown();
-  }
+  void TearDown() override { RemoveTree(dir_); PluginTest::TearDown(); }
   std::wstring dir_ = NewTempFolder(L"runasuser");
   std::wstring program_ = dir_ + L"with blanks\\file holder.exe";
 };
@@ -41,10 +29,7 @@ TEST_F(RunAsUserTest, WithoutAUserTheProgramRunsAsTheInstallersChild) {
   int32_t status = 0;
   CreateCommand(L"<VltRunAsUser command='x'/>", &status)->Free();
   EXPECT_EQ(status, 1) << "a script without waitAmount does not load";
-  const struct {
-    const wchar_t* waitAmount;
-    bool waits;
-  } rows[] = {{L"infinite", true}, {L"30000", true}, {L"0", false}};
+  const struct { const wchar_t* waitAmount; bool waits; } rows[] = {{L"infinite", true}, {L"30000", true}, {L"0", false}};
   for (const auto& row : rows) {
     SCOPED_TRACE(Narrow(row.waitAmount));
     // Wine has no terminal server session for a user, so the plain start is what runs here.
