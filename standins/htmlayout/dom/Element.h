@@ -18,6 +18,7 @@ namespace hl {
 
 class Document;
 class Element;
+struct DomainLock;
 
 // A child of an element: an element, or a run of text.
 struct Node {
@@ -50,6 +51,18 @@ class Element {
   Document* document = nullptr;                                // the owner while attached
   uint32_t state = 0;                                          // StateBits
   long references = 0;                                         // holders through the C API
+
+  // Style properties set on the element itself through the C API, names lower
+  // case, in the order they were set; the cascade puts them above every sheet.
+  std::vector<std::pair<std::wstring, std::wstring>> styleAttributes;
+  uint32_t uid;                  // unique in the process, never reused
+  bool needsRestyle = true;      // an attribute, state, style or the content changed
+  bool needsLayout = true;       // the content or a style property changed
+  // The lock that guards this element: its document's while attached, the lock
+  // of detached elements (null) otherwise. Only changed with both locks held.
+  DomainLock* domain = nullptr;
+
+  Element();
 
   // The value of an attribute, or null when absent.
   const std::wstring* Attribute(const std::wstring& name) const {
