@@ -374,7 +374,20 @@ LayoutEngine::RunResult LayoutEngine::LayoutLines(const Element& parent, Box& bo
     x += item.width;
   };
 
-  for (const Piece& piece : Pieces(items)) {
+  // Whether a piece fits is judged with the pieces a line may not end before
+  // (joined by nowrap blanks): "a <nobr>b c</nobr>" moves "b c" down whole.
+  const std::vector<Piece> pieces = Pieces(items);
+  std::vector<float> widths(pieces.size()), joined(pieces.size() + 1);
+  for (size_t p = pieces.size(); p-- > 0;) {
+    for (size_t k = pieces[p].begin; k < pieces[p].end; ++k) widths[p] += items[k].width;
+    joined[p] = widths[p];
+    if (p + 1 < pieces.size() && !pieces[p + 1].breakBefore && items[pieces[p + 1].begin].kind != Kind::Break) {
+      const Piece& next = pieces[p + 1];
+      joined[p] += joined[p + 1] + (next.space != SIZE_MAX ? items[next.space].width : 0);
+    }
+  }
+  for (size_t p = 0; p < pieces.size(); ++p) {
+    const Piece& piece = pieces[p];
     if (items[piece.begin].kind == Kind::Break) {
       if (!items[piece.begin].soft) {
         finishLine(true);
@@ -383,10 +396,8 @@ LayoutEngine::RunResult LayoutEngine::LayoutLines(const Element& parent, Box& bo
       }
       continue;
     }
-    float pieceWidth = 0;
-    for (size_t k = piece.begin; k < piece.end; ++k) pieceWidth += items[k].width;
     float spaceWidth = piece.space != SIZE_MAX && content ? items[piece.space].width : 0;
-    if (content && piece.breakBefore && x + spaceWidth + pieceWidth > width + 0.01f) {
+    if (content && piece.breakBefore && x + spaceWidth + joined[p] > width + 0.01f) {
       finishLine(false);
       spaceWidth = 0;
     }

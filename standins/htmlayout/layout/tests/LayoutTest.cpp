@@ -53,6 +53,12 @@ const BoxCase kBoxes[] = {
     {"line as tall as its inline-block", L"<div id=a>ab <span style='display:inline-block;width:20px;height:30px'></span></div>", L"a", BORDER_BOX, "0,0,200,33"},
     {"inline-block shrinks to its text", L"<div><span id=a style='display:inline-block;padding:2px'>aa bb</span></div>", L"a", BORDER_BOX, "0,0,29,16"},
     {"inline element spans its text", L"<div>ab <b id=a>cd</b></div>", L"a", BORDER_BOX, "15,1,10,10"},
+    {"row: a nested row stretches and its cells follow", L"<div style='flow:horizontal'><div style='height:40px;width:10px'></div><div style='flow:horizontal'><div id=a style='width:20px'></div></div></div>", L"a", BORDER_BOX, "10,0,20,40"},
+    {"row: a stretched column shares its new height", L"<div style='flow:horizontal;height:50px'><div style='width:10px'><div style='height:10px'></div><div id=a style='height:1*'></div></div></div>", L"a", BORDER_BOX, "0,10,10,40"},
+    {"row too narrow: auto cells give back", L"<div style='flow:horizontal;width:40px'><div id=a>aa bb</div><div style='width:30px'></div></div>", L"a", BORDER_BOX, "0,0,10,24"},
+    {"inline-block at the line's bottom", L"<div><span style='display:inline-block;width:10px;height:40px'></span><span id=a style='display:inline-block;vertical-align:bottom;width:10px;height:10px'></span></div>", L"a", BORDER_BOX, "10,33,10,10"},
+    {"absolute without offsets stays in place", L"<div style='height:15px'></div><div id=a style='position:absolute;width:10px;height:10px'></div>", L"a", BORDER_BOX, "0,15,10,10"},
+    {"padding percent of the block's width", L"<div style='width:100px'><div id=a style='padding-left:10%'></div></div>", L"a", CONTENT_BOX, "10,0,90,0"},
     {"self relative content box", L"<div id=a style='margin:4px;padding:6px;height:5px'></div>", L"a", PADDING_BOX | SELF_RELATIVE, "-6,-6,192,17"},
     {"container relative", L"<div style='padding:8px'><div id=a style='margin-left:3px;height:5px'></div></div>", L"a", BORDER_BOX | CONTAINER_RELATIVE, "3,0,181,5"},
 };
@@ -100,6 +106,17 @@ TEST(LayoutTest, HeightForLeavesTheLayoutAlone) {
   std::string before = page.Rect(L"a");
   page.layout.HeightFor(*page[L"a"], 30);
   EXPECT_EQ(page.Rect(L"a"), before);
+}
+
+TEST(LayoutTest, RelayoutAfterAStyleChange) {
+  Page<> page(L"<div id=a style='height:10px;overflow:hidden'></div><div id=b style='height:5px;visibility:hidden'></div>");
+  EXPECT_TRUE(page.layout.BoxOf(*page[L"a"])->clips);
+  EXPECT_TRUE(page.layout.BoxOf(*page[L"b"])->hidden);
+  page[L"a"]->styleAttributes.push_back({L"display", L"none"});
+  page.styles.RestyleSubtree(*page[L"a"]);
+  page.layout.Layout(*page.document->root, 200);
+  EXPECT_EQ(page.layout.BoxOf(*page[L"a"]), nullptr);
+  EXPECT_EQ(page.Rect(L"b"), "0,0,200,5");
 }
 
 // A dialog of 200 elements laid out again after one label's text changes:

@@ -42,6 +42,8 @@ const LinesCase kLines[] = {
     {"bigger text raises the baseline", L"<div id=a>a<span style='font-size:20px'>b</span></div>", "a@0,18+b@5,18"},
     {"br breaks", L"<div id=a>a<br>b</div>", "a@0,9|b@0,21"},
     {"pre keeps blanks and breaks", L"<div id=a style='white-space:pre'>a  b\nc</div>", "a  b@0,9|c@0,21"},
+    {"pre-wrap wraps after blanks", L"<div id=a style='width:20px;white-space:pre-wrap'>aa bb</div>", "aa @0,9|bb@0,21"},
+    {"a nowrap part stays whole", L"<div id=a style='width:40px'>aaaa <span style='white-space:nowrap'>bb cc</span></div>", "aaaa@0,9|bb cc@0,21"},
     {"padding moves the lines", L"<div id=a style='padding:3px 4px'>a</div>", "a@4,12"},
     {"text around a block", L"<div id=a>a<div style='height:10px'></div>b</div>", "a@0,9|b@0,31"},
     {"inline-block between words", L"<div id=a style='width:40px'>aa <span style='display:inline-block;width:30px;height:20px'></span> bb</div>", "aa@0,9||bb@0,44"},
