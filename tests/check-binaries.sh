@@ -17,7 +17,7 @@ if [ "$expected" != "$actual" ]; then
   failed=1
 fi
 
-system_dlls='^(kernel32|user32|advapi32|shell32|shlwapi|ole32|oleaut32|msvcrt|ntdll|version|wtsapi32|userenv|winhttp|urlmon|gdi32|comctl32|comdlg32|powrprof|psapi|crypt32|bcrypt|ws2_32|rpcrt4|secur32|wintrust|setupapi|iphlpapi|uxtheme|imm32|winmm|dbghelp|api-ms-win-[a-z0-9-]+)\.dll$'
+system_dlls='^(kernel32|user32|advapi32|shell32|shlwapi|ole32|oleaut32|msvcrt|ntdll|version|wtsapi32|userenv|winhttp|urlmon|gdi32|comctl32|comdlg32|powrprof|psapi|crypt32|bcrypt|ws2_32|rpcrt4|secur32|wintrust|setupapi|iphlpapi|uxtheme|imm32|msimg32|windowscodecs|winmm|dbghelp|api-ms-win-[a-z0-9-]+)\.dll$'
 for binary in "$dll" "$exe"; do
   while read -r name; do
     if ! echo "$name" | tr 'A-Z' 'a-z' | grep -Eq "$system_dlls"; then

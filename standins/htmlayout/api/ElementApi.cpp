@@ -472,23 +472,3 @@ extern "C" HLDOM_RESULT HLAPI HTMLayoutUpdateElementEx(HELEMENT he, UINT flags) 
   if ((flags & REDRAW_NOW) && hwnd) UpdateWindow(hwnd);
   return HLDOM_OK;
 }
-
-// Geometry comes with layout: not yet known.
-extern "C" HLDOM_RESULT HLAPI HTMLayoutGetElementLocation(HELEMENT he, LPRECT p_location, UINT areas) {
-  if (!he) return HLDOM_INVALID_HANDLE;
-  if (p_location) SetRectEmpty(p_location);
-  return HLDOM_OK_NOT_HANDLED;
-}
-
-extern "C" HLDOM_RESULT HLAPI HTMLayoutGetElementIntrinsicWidths(HELEMENT he, INT* pMinWidth, INT* pMaxWidth) {
-  if (!he) return HLDOM_INVALID_HANDLE;
-  if (pMinWidth) *pMinWidth = 0;
-  if (pMaxWidth) *pMaxWidth = 0;
-  return HLDOM_OK_NOT_HANDLED;
-}
-
-extern "C" HLDOM_RESULT HLAPI HTMLayoutGetElementIntrinsicHeight(HELEMENT he, INT forWidth, INT* pHeight) {
-  if (!he) return HLDOM_INVALID_HANDLE;
-  if (pHeight) *pHeight = 0;
-  return HLDOM_OK_NOT_HANDLED;
-}

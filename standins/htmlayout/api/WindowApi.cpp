@@ -1,6 +1,6 @@
 // The window-level functions: notification callback, options, window event
-// handlers, and the entries of later steps (painting, layout, the window class)
-// that answer "not handled" for now.
+// handlers, and the window class names of a later step. Painting and the
+// window's messages are in Paint.cpp.
 #include <windows.h>
 
 #include <algorithm>
@@ -66,23 +66,5 @@ extern "C" HLDOM_RESULT HLAPI HTMLayoutWindowDetachEventHandler(HWND hwndLayout,
   return removed ? HLDOM_OK : HLDOM_OPERATION_FAILED;
 }
 
-// Messages of the window come with the painting step; until then only the end
-// of the window matters: its record and document go with it.
-extern "C" LRESULT HLAPI HTMLayoutProcND(HWND hwnd, UINT msg, WPARAM wParam, LPARAM lParam, BOOL* pbHandled) {
-  if (msg == WM_NCDESTROY) WindowRecords::Forget(hwnd);
-  if (pbHandled) *pbHandled = FALSE;
-  return 0;
-}
-
 extern "C" LPCSTR HLAPI HTMLayoutClassNameA(void) { return "HTMLayout"; }
 extern "C" LPCWSTR HLAPI HTMLayoutClassNameW(void) { return L"HTMLayout"; }
-
-extern "C" BOOL HLAPI HTMLayoutUpdateWindow(HWND hWndHTMLayout) {
-  if (!IsWindow(hWndHTMLayout)) return FALSE;
-  // No locks are held here, so the synchronous paint is allowed.
-  UpdateWindow(hWndHTMLayout);
-  return TRUE;
-}
-
-extern "C" UINT HLAPI HTMLayoutGetMinWidth(HWND hWndHTMLayout) { return 0; }
-extern "C" UINT HLAPI HTMLayoutGetMinHeight(HWND hWndHTMLayout, UINT width) { return 0; }

@@ -18,6 +18,8 @@
 
 namespace hl {
 
+struct WindowView;  // Views.h: styles, layout and paint cache of the window's document
+
 struct WindowEventHandler {
   LPELEMENT_EVENT_PROC proc = nullptr;
   LPVOID tag = nullptr;
@@ -41,6 +43,7 @@ struct WindowRecord {
   std::vector<WindowEventHandler> handlers;  // in attach order, for the event dispatch
   std::shared_ptr<Document> document;
   PendingLoad* pending = nullptr;
+  std::shared_ptr<WindowView> view;  // made on the first geometry query or paint
 };
 
 class WindowRecords {
