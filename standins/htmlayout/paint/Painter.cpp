@@ -85,6 +85,24 @@ float Coverage(const Shape& s, int px, int py) {
   return cover;
 }
 
+// The pixels of row y that the shape certainly covers whole, [x0, x1): the
+// fills and the border ring skip the per-pixel coverage there, which is most of
+// a big box.
+void Interior(const Shape& s, int y, int& x0, int& x1) {
+  x0 = x1 = 0;
+  if (y < std::ceil(s.rect.top) || y + 1 > std::floor(s.rect.bottom)) return;
+  float bandTop = s.rect.top + std::max(s.ry[css::kTopLeft], s.ry[css::kTopRight]);
+  float bandBottom = s.rect.bottom - std::max(s.ry[css::kBottomLeft], s.ry[css::kBottomRight]);
+  float inset = 0, insetRight = 0;
+  if (y < bandTop || y + 1 > bandBottom) {  // beside a corner: its radius is not covered
+    inset = std::max(s.rx[css::kTopLeft], s.rx[css::kBottomLeft]);
+    insetRight = std::max(s.rx[css::kTopRight], s.rx[css::kBottomRight]);
+  }
+  x0 = static_cast<int>(std::ceil(s.rect.left + inset));
+  x1 = static_cast<int>(std::floor(s.rect.right - insetRight));
+  if (x1 < x0) x1 = x0;
+}
+
 class PagePainter {
  public:
   PagePainter(view::View& view, Document& document, Canvas& canvas, PaintCache& cache, const Options& options)
@@ -161,11 +179,19 @@ class PagePainter {
     const css::Color& color = style.backgroundColor;
     ClipRect area = Pixels(box.border);
     if (!color.IsTransparent()) {
+      uint32_t solid = Premultiply(color.r, color.g, color.b, color.a / 255.0f);
       for (int y = area.top; y < area.bottom; ++y) {
+        uint32_t* row = canvas_.Row(y);
+        int x0, x1;
+        Interior(outline, y, x0, x1);
         for (int x = area.left; x < area.right; ++x) {
+          if (x >= x0 && x < x1) {
+            row[x] = Over(row[x], solid);
+            continue;
+          }
           float cover = Coverage(outline, x, y);
           if (cover <= 0) continue;
-          canvas_.At(x, y) = Over(canvas_.At(x, y), Premultiply(color.r, color.g, color.b, cover * color.a / 255.0f));
+          row[x] = Over(row[x], cover >= 1 ? solid : Scale(solid, cover));
         }
       }
     }
@@ -216,7 +242,13 @@ class PagePainter {
     ClipRect area = Pixels(box.border);
     RectF in = inner.rect;
     for (int y = area.top; y < area.bottom; ++y) {
+      int x0, x1;
+      Interior(inner, y, x0, x1);
       for (int x = area.left; x < area.right; ++x) {
+        if (x >= x0 && x < x1) {
+          x = x1 - 1;  // inside the ring's hole
+          continue;
+        }
         float cover = Coverage(outer, x, y) - Coverage(inner, x, y);
         if (cover <= 0) continue;
         // The side of the ring this pixel is on: at a corner, the one it is
