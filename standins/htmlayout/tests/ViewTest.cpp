@@ -141,3 +141,42 @@ TEST(ViewTest, MessagesTheLibraryLeavesToTheHost) {
 }
 
 }  // namespace
+
+namespace {
+
+// A second thread changes and measures elements while the window's thread
+// paints: both go through the document's lock, neither waits for the other
+// for long, and the last change is what the layout shows.
+TEST(ViewTest, ChangesFromASecondThreadWhilePainting) {
+  ViewWindow window(300, 200, 0, true);
+  window.Load("<style>html,body{margin:0;padding:0} #a{height:10px;background:red} #b{height:10px}</style>"
+              "<div id=a></div><div id=b></div>");
+  struct Shared {
+    HELEMENT a, b;
+    volatile LONG done = 0;
+  } shared{window.Find("#a"), window.Find("#b")};
+  HANDLE thread = CreateThread(
+      nullptr, 0,
+      [](LPVOID param) -> DWORD {
+        auto* s = static_cast<Shared*>(param);
+        for (int i = 1; i <= 200; ++i) {
+          std::wstring height = std::to_wstring(i % 50 + 1) + L"px";
+          Hl().HTMLayoutSetStyleAttribute(s->a, "height", height.c_str());
+          RECT r;
+          Hl().HTMLayoutGetElementLocation(s->b, &r, VIEW_RELATIVE | BORDER_BOX);
+        }
+        InterlockedExchange(&s->done, 1);
+        return 0;
+      },
+      &shared, 0, nullptr);
+  DWORD start = GetTickCount();
+  while (!shared.done && GetTickCount() - start < 20000) {
+    Printed(window.hwnd());
+    Pump(1);
+  }
+  EXPECT_EQ(WaitForSingleObject(thread, 20000), WAIT_OBJECT_0);
+  CloseHandle(thread);
+  EXPECT_EQ(Where(shared.b, VIEW_RELATIVE | BORDER_BOX), "0,1,300,11");  // 200 % 50 + 1 = 1px
+}
+
+}  // namespace
