@@ -85,11 +85,20 @@ void Pump(DWORD milliseconds) {
 }
 
 Shot FromScreen(HWND hwnd) {
-  RECT r;
-  GetWindowRect(hwnd, &r);
-  HDC screen = GetDC(nullptr);
-  Shot shot = FromDc(screen, r.left, r.top, r.right - r.left, r.bottom - r.top);
-  ReleaseDC(nullptr, screen);
+  // A fresh prefix's desktop, or a busy X server, may show nothing for a while
+  // after the window was mapped: read again until the screen holds something.
+  Shot shot;
+  for (int attempt = 0; attempt < 50; ++attempt) {
+    RECT r;
+    GetWindowRect(hwnd, &r);
+    HDC screen = GetDC(nullptr);
+    shot = FromDc(screen, r.left, r.top, r.right - r.left, r.bottom - r.top);
+    ReleaseDC(nullptr, screen);
+    for (uint32_t pixel : shot.pixels) {
+      if ((pixel & 0xFFFFFF) != 0) return shot;
+    }
+    Pump(100);
+  }
   return shot;
 }
 
