@@ -20,9 +20,8 @@ static_assert(sizeof(STARTUPINFOW) == 104, "the startup record of a 64-bit proce
 // Waits as long as the script asked, then lets the handles go. The program's exit
 // code is not read and a timeout is no failure: the install goes on either way.
 void WaitAndClose(PROCESS_INFORMATION& process, int32_t waitAmount) {
-  WaitForSingleObject(process.hProcess, static_cast<DWORD>(waitAmount));
-  CloseHandle(process.hProcess);
-  CloseHandle(process.hThread);
+  ScopedKernelHandle program(process.hProcess), thread(process.hThread);
+  WaitForSingleObject(program.Get(), static_cast<DWORD>(waitAmount));
 }
 
 }  // namespace
@@ -97,6 +96,7 @@ int32_t CVltRunAsUserCommand::RunProcessInUserSession(wchar_t* commandLine, cons
     kept = GetLastError();
     LogMessage(frontendtext::kNoUserToken, session, kept);
   }
+  // Let go of the terminal server before the program starts, not after its wait.
   if (sessions != nullptr) WTSFreeMemory(sessions);
   WTSCloseServer(server);
 

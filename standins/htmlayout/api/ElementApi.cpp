@@ -23,6 +23,17 @@ namespace {
 Element* ElementOf(HELEMENT he) { return reinterpret_cast<Element*>(he); }
 HELEMENT HandleOf(Element* element) { return reinterpret_cast<HELEMENT>(element); }
 
+// The checks every call on one element makes first, in the same order, then
+// the work under the element's lock.
+template <class Out, class Work>
+HLDOM_RESULT WithElement(HELEMENT he, Out* out, Work work) {
+  Element* e = ElementOf(he);
+  if (!e) return HLDOM_INVALID_HANDLE;
+  if (!out) return HLDOM_INVALID_PARAMETER;
+  ElementLock lock(e);
+  return work(e);
+}
+
 // Names come in as narrow strings: ASCII in practice, UTF-8 at worst.
 std::wstring NameOf(LPCSTR name) {
   std::wstring wide = FromUtf8(name);
@@ -172,49 +183,39 @@ extern "C" HLDOM_RESULT HLAPI HTMLayoutGetRootElement(HWND hwnd, HELEMENT* phe) 
 }
 
 extern "C" HLDOM_RESULT HLAPI HTMLayoutGetParentElement(HELEMENT he, HELEMENT* p_parent_he) {
-  Element* e = ElementOf(he);
-  if (!e) return HLDOM_INVALID_HANDLE;
-  if (!p_parent_he) return HLDOM_INVALID_PARAMETER;
-  ElementLock lock(e);
-  *p_parent_he = HandleOf(e->parent);
-  return HLDOM_OK;
+  return WithElement(he, p_parent_he, [&](Element* e) -> HLDOM_RESULT {
+    *p_parent_he = HandleOf(e->parent);
+    return HLDOM_OK;
+  });
 }
 
 extern "C" HLDOM_RESULT HLAPI HTMLayoutGetChildrenCount(HELEMENT he, UINT* count) {
-  Element* e = ElementOf(he);
-  if (!e) return HLDOM_INVALID_HANDLE;
-  if (!count) return HLDOM_INVALID_PARAMETER;
-  ElementLock lock(e);
-  *count = static_cast<UINT>(ChildElements(e).size());
-  return HLDOM_OK;
+  return WithElement(he, count, [&](Element* e) -> HLDOM_RESULT {
+    *count = static_cast<UINT>(ChildElements(e).size());
+    return HLDOM_OK;
+  });
 }
 
 extern "C" HLDOM_RESULT HLAPI HTMLayoutGetNthChild(HELEMENT he, UINT n, HELEMENT* phe) {
-  Element* e = ElementOf(he);
-  if (!e) return HLDOM_INVALID_HANDLE;
-  if (!phe) return HLDOM_INVALID_PARAMETER;
-  ElementLock lock(e);
-  std::vector<Element*> children = ChildElements(e);
-  *phe = n < children.size() ? HandleOf(children[n]) : nullptr;
-  return HLDOM_OK;
+  return WithElement(he, phe, [&](Element* e) -> HLDOM_RESULT {
+    std::vector<Element*> children = ChildElements(e);
+    *phe = n < children.size() ? HandleOf(children[n]) : nullptr;
+    return HLDOM_OK;
+  });
 }
 
 extern "C" HLDOM_RESULT HLAPI HTMLayoutGetElementIndex(HELEMENT he, LPUINT p_index) {
-  Element* e = ElementOf(he);
-  if (!e) return HLDOM_INVALID_HANDLE;
-  if (!p_index) return HLDOM_INVALID_PARAMETER;
-  ElementLock lock(e);
-  *p_index = static_cast<UINT>(ElementIndex(e));
-  return HLDOM_OK;
+  return WithElement(he, p_index, [&](Element* e) -> HLDOM_RESULT {
+    *p_index = static_cast<UINT>(ElementIndex(e));
+    return HLDOM_OK;
+  });
 }
 
 extern "C" HLDOM_RESULT HLAPI HTMLayoutGetElementType(HELEMENT he, LPCSTR* p_type) {
-  Element* e = ElementOf(he);
-  if (!e) return HLDOM_INVALID_HANDLE;
-  if (!p_type) return HLDOM_INVALID_PARAMETER;
-  ElementLock lock(e);
-  *p_type = ReturnNarrow(ToUtf8(e->tag));
-  return HLDOM_OK;
+  return WithElement(he, p_type, [&](Element* e) -> HLDOM_RESULT {
+    *p_type = ReturnNarrow(ToUtf8(e->tag));
+    return HLDOM_OK;
+  });
 }
 
 extern "C" HLDOM_RESULT HLAPI HTMLayoutGetElementUID(HELEMENT he, UINT* puid) {
@@ -237,22 +238,18 @@ extern "C" HLDOM_RESULT HLAPI HTMLayoutGetElementByUID(HWND hwnd, UINT uid, HELE
 }
 
 extern "C" HLDOM_RESULT HLAPI HTMLayoutGetElementHwnd(HELEMENT he, HWND* p_hwnd, BOOL rootWindow) {
-  Element* e = ElementOf(he);
-  if (!e) return HLDOM_INVALID_HANDLE;
-  if (!p_hwnd) return HLDOM_INVALID_PARAMETER;
-  ElementLock lock(e);
-  // Scrollable child windows come with layout: every element is in the root window.
-  *p_hwnd = e->document ? e->document->hwnd : nullptr;
-  return HLDOM_OK;
+  return WithElement(he, p_hwnd, [&](Element* e) -> HLDOM_RESULT {
+    // Scrollable child windows come with layout: every element is in the root window.
+    *p_hwnd = e->document ? e->document->hwnd : nullptr;
+    return HLDOM_OK;
+  });
 }
 
 extern "C" HLDOM_RESULT HLAPI HTMLayoutGetAttributeCount(HELEMENT he, LPUINT p_count) {
-  Element* e = ElementOf(he);
-  if (!e) return HLDOM_INVALID_HANDLE;
-  if (!p_count) return HLDOM_INVALID_PARAMETER;
-  ElementLock lock(e);
-  *p_count = static_cast<UINT>(e->attributes.size());
-  return HLDOM_OK;
+  return WithElement(he, p_count, [&](Element* e) -> HLDOM_RESULT {
+    *p_count = static_cast<UINT>(e->attributes.size());
+    return HLDOM_OK;
+  });
 }
 
 extern "C" HLDOM_RESULT HLAPI HTMLayoutGetNthAttribute(HELEMENT he, UINT n, LPCSTR* p_name, LPCWSTR* p_value) {
@@ -314,12 +311,10 @@ extern "C" HLDOM_RESULT HLAPI HTMLayoutSetStyleAttribute(HELEMENT he, LPCSTR nam
 }
 
 extern "C" HLDOM_RESULT HLAPI HTMLayoutGetElementInnerText16(HELEMENT he, LPWSTR* utf16words) {
-  Element* e = ElementOf(he);
-  if (!e) return HLDOM_INVALID_HANDLE;
-  if (!utf16words) return HLDOM_INVALID_PARAMETER;
-  ElementLock lock(e);
-  *utf16words = ReturnWide(InnerText(e));
-  return HLDOM_OK;
+  return WithElement(he, utf16words, [&](Element* e) -> HLDOM_RESULT {
+    *utf16words = ReturnWide(InnerText(e));
+    return HLDOM_OK;
+  });
 }
 
 extern "C" HLDOM_RESULT HLAPI HTMLayoutSetElementInnerText16(HELEMENT he, LPCWSTR utf16words, UINT length) {
@@ -360,12 +355,10 @@ extern "C" HLDOM_RESULT HLAPI HTMLayoutGetElementHtmlCB(HELEMENT he, BOOL outer,
 }
 
 extern "C" HLDOM_RESULT HLAPI HTMLayoutGetElementState(HELEMENT he, UINT* pstateBits) {
-  Element* e = ElementOf(he);
-  if (!e) return HLDOM_INVALID_HANDLE;
-  if (!pstateBits) return HLDOM_INVALID_PARAMETER;
-  ElementLock lock(e);
-  *pstateBits = e->state;
-  return HLDOM_OK;
+  return WithElement(he, pstateBits, [&](Element* e) -> HLDOM_RESULT {
+    *pstateBits = e->state;
+    return HLDOM_OK;
+  });
 }
 
 extern "C" HLDOM_RESULT HLAPI HTMLayoutSetElementState(HELEMENT he, UINT stateBitsToSet, UINT stateBitsToClear,
