@@ -22,7 +22,10 @@ struct WindowView {
   CRITICAL_SECTION lock;
   view::View view;
   paint::PaintCache cache;
-  WindowView() { InitializeCriticalSection(&lock); }
+  WindowView() {
+    InitializeCriticalSection(&lock);
+    view.SetNaturalSizes(&cache);
+  }
   ~WindowView() { DeleteCriticalSection(&lock); }
 };
 

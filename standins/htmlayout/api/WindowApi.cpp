@@ -1,5 +1,5 @@
 // The window-level functions: notification callback, options, window event
-// handlers, and the window class names of a later step. Painting and the
+// handlers, and the library's window class. Painting and the
 // window's messages are in Paint.cpp.
 #include <windows.h>
 
@@ -66,5 +66,43 @@ extern "C" HLDOM_RESULT HLAPI HTMLayoutWindowDetachEventHandler(HWND hwndLayout,
   return removed ? HLDOM_OK : HLDOM_OPERATION_FAILED;
 }
 
-extern "C" LPCSTR HLAPI HTMLayoutClassNameA(void) { return "HTMLayout"; }
-extern "C" LPCWSTR HLAPI HTMLayoutClassNameW(void) { return L"HTMLayout"; }
+namespace {
+
+// The library's own window class: a window of it shows a page with no host
+// procedure in between. Registered (globally, for every module of the process)
+// the first time a host asks for its name.
+LRESULT CALLBACK PageWindowProc(HWND hwnd, UINT msg, WPARAM wParam, LPARAM lParam) {
+  BOOL handled = FALSE;
+  LRESULT result = HTMLayoutProcND(hwnd, msg, wParam, lParam, &handled);
+  return handled ? result : DefWindowProcW(hwnd, msg, wParam, lParam);
+}
+
+BOOL CALLBACK RegisterPageClass(PINIT_ONCE, PVOID, PVOID*) {
+  WNDCLASSEXW wc{sizeof wc};
+  wc.style = CS_GLOBALCLASS | CS_DBLCLKS;
+  wc.lpfnWndProc = PageWindowProc;
+  HMODULE self = nullptr;
+  GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
+                     reinterpret_cast<LPCWSTR>(&PageWindowProc), &self);
+  wc.hInstance = self;
+  wc.hCursor = LoadCursorW(nullptr, IDC_ARROW);
+  wc.lpszClassName = L"HTMLayout";
+  RegisterClassExW(&wc);  // already registered (another copy of the library) is as good
+  return TRUE;
+}
+
+void EnsurePageClass() {
+  static INIT_ONCE once = INIT_ONCE_STATIC_INIT;
+  InitOnceExecuteOnce(&once, RegisterPageClass, nullptr, nullptr);
+}
+
+}  // namespace
+
+extern "C" LPCSTR HLAPI HTMLayoutClassNameA(void) {
+  EnsurePageClass();
+  return "HTMLayout";
+}
+extern "C" LPCWSTR HLAPI HTMLayoutClassNameW(void) {
+  EnsurePageClass();
+  return L"HTMLayout";
+}

@@ -38,6 +38,7 @@ small { font-size: smaller }
 big { font-size: larger }
 a { color: blue; text-decoration: underline; cursor: pointer }
 hr { border: 1px solid gray; margin: 0.5em 0 }
+progress { width: 160px; height: 12px; background: #e3e7ec; color: #3b82d6; border-radius: 3px }
 )";
 
 const ComputedStyle& Initial() {

@@ -119,6 +119,9 @@ Box& LayoutEngine::LayoutBox(const Element& element, const ComputedStyle& style,
     width = Px(style.width, blockWidth, fontSize);
   } else {
     width = blockWidth - Horizontal(box.margin) - extraWidth;  // auto fills; "N*" across a column too
+    float naturalWidth = -1, naturalHeight = -1;
+    if (Definite(style.height, blockHeight)) naturalHeight = Px(style.height, blockHeight, fontSize);
+    if (ReplacedSize(element, &naturalWidth, &naturalHeight)) width = naturalWidth;  // a picture keeps its size
   }
   width = Clamp(width, style.minWidth, style.maxWidth, blockWidth, fontSize);
   if (placement.width < 0) {
@@ -158,7 +161,13 @@ Box& LayoutEngine::LayoutBox(const Element& element, const ComputedStyle& style,
 
   const bool positioned = style.position != css::Position::Static || !placement.in;
   if (positioned && absolutes_) absolutes_->emplace_back();
-  float used = LayoutChildren(element, box, width, height);
+  float used;
+  float replacedWidth = width, replacedHeight = height;
+  if (ReplacedSize(element, &replacedWidth, &replacedHeight)) {
+    used = replacedHeight;  // a picture has no children to lay out
+  } else {
+    used = LayoutChildren(element, box, width, height);
+  }
   if (height < 0) height = Clamp(used, style.minHeight, style.maxHeight, blockHeight, fontSize);
   box.height = height + extraHeight;
   // An inline-block sits on its last line's baseline, or on its bottom margin edge without text.
@@ -547,7 +556,27 @@ Widths LayoutEngine::Contribution(const Element& element, const ComputedStyle& s
   return widths;
 }
 
+bool LayoutEngine::ReplacedSize(const Element& element, float* width, float* height) {
+  float naturalWidth = 0, naturalHeight = 0;
+  if (!naturalSizes_ || !naturalSizes_->NaturalSize(element, &naturalWidth, &naturalHeight)) return false;
+  if (naturalWidth <= 0 || naturalHeight <= 0) {
+    if (*width < 0) *width = 0;
+    if (*height < 0) *height = 0;
+  } else if (*width >= 0 && *height < 0) {
+    *height = *width * naturalHeight / naturalWidth;
+  } else if (*height >= 0 && *width < 0) {
+    *width = *height * naturalWidth / naturalHeight;
+  } else if (*width < 0) {
+    *width = naturalWidth;
+    *height = naturalHeight;
+  }
+  return true;
+}
+
 Widths LayoutEngine::ContentWidths(const Element& element, const ComputedStyle& style) {
+  float replacedWidth = -1, replacedHeight = -1;
+  if (Definite(style.height, -1)) replacedHeight = Px(style.height, 0, style.fontSize);
+  if (ReplacedSize(element, &replacedWidth, &replacedHeight)) return {replacedWidth, replacedWidth};
   bool row = style.flow == css::Flow::Horizontal;
   Widths widths;
   for (const Cell& cell : CellsOf(element, row)) {

@@ -12,7 +12,7 @@
 // children stretch across the flow unless sized. position: relative shifts a
 // box after layout; position: absolute lays a box out against the padding box
 // of its nearest positioned ancestor (or the root), out of the flow.
-// README-layout.md lists what is left out.
+// The library's README lists what is left out.
 //
 // Cost: one pass over the elements, each laid out once except an auto-height
 // child stretched in a row whose own children depend on its height. Word widths
@@ -32,6 +32,14 @@
 
 namespace hl::layout {
 
+// The natural size of a replaced element (an <img>'s picture) in pixels;
+// false when the element has none or its picture is not known.
+class NaturalSizes {
+ public:
+  virtual ~NaturalSizes() = default;
+  virtual bool NaturalSize(const Element& element, float* width, float* height) = 0;
+};
+
 struct Widths {
   float min = 0;  // the widest word or box that cannot break
   float max = 0;  // everything on one line
@@ -44,6 +52,10 @@ class LayoutEngine {
   // Lays out the tree under root for a view of that width; viewHeight (if not
   // negative) is what the root's percentage heights are of.
   void Layout(const Element& root, float viewWidth, float viewHeight = -1);
+
+  // Where pictures' sizes come from; without it replaced elements are sized by
+  // their style alone (0 when auto).
+  void SetNaturalSizes(NaturalSizes* sizes) { naturalSizes_ = sizes; }
 
   // Null for elements without a box (display: none, not under the root laid out).
   const Box* BoxOf(const Element& element) const;
@@ -114,6 +126,10 @@ class LayoutEngine {
   Widths ContentWidths(const Element& element, const css::ComputedStyle& style);
   float ShrinkToFit(const Element& element, const css::ComputedStyle& style, float available);
 
+  // A replaced element's content size: the natural size, scaled to keep its
+  // ratio when one side is set (width < 0 or height < 0: not set).
+  bool ReplacedSize(const Element& element, float* width, float* height);
+
   const css::ComputedStyle* StyleOf(const Element& element) const { return styles_.StyleOf(element); }
   int FontFor(const css::ComputedStyle& style);
   static float LineHeight(const css::ComputedStyle& style);
@@ -128,6 +144,7 @@ class LayoutEngine {
   std::unordered_map<std::wstring, float> wordWidths_;           // font number + word -> width
   uint32_t generation_ = 0;
   float viewHeight_ = -1;
+  NaturalSizes* naturalSizes_ = nullptr;
 };
 
 }  // namespace hl::layout

@@ -38,6 +38,61 @@ HFONT PaintCache::Font(layout::GdiTextMeasurer& measurer, int font, unsigned smo
 
 namespace {
 
+void ReadLocal(const std::wstring& url, std::string& bytes) {
+  std::wstring path = url;
+  if (path.compare(0, 8, L"file:///") == 0) {
+    path.erase(0, 8);
+  } else if (path.compare(0, 7, L"file://") == 0) {
+    path.erase(0, 7);
+  }
+  if (path.find(L"://") != std::wstring::npos) return;
+  HANDLE file = CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr);
+  if (file == INVALID_HANDLE_VALUE) return;
+  LARGE_INTEGER size{};
+  if (GetFileSizeEx(file, &size) && size.QuadPart > 0 && size.QuadPart < (16 << 20)) {
+    bytes.resize(static_cast<size_t>(size.QuadPart));
+    DWORD read = 0;
+    if (!ReadFile(file, &bytes[0], static_cast<DWORD>(bytes.size()), &read, nullptr) || read != bytes.size())
+      bytes.clear();
+  }
+  CloseHandle(file);
+}
+
+}  // namespace
+
+const Bitmap* PictureAt(Document& document, Images& images, const std::wstring& url) {
+  auto found = document.resources.find(url);
+  if (found == document.resources.end()) {
+    std::string bytes;
+    ReadLocal(url, bytes);  // kept empty when missing: read once
+    found = document.resources.emplace(url, std::move(bytes)).first;
+  }
+  if (found->second.empty()) return nullptr;
+  return images.Get(url, found->second);
+}
+
+const Bitmap* PictureOfImg(Document& document, Images& images, const Element& element) {
+  if (element.tag != L"img") return nullptr;
+  const std::wstring* src = element.Attribute(L"src");
+  if (!src || src->empty()) return nullptr;
+  std::wstring url;
+  for (const ImageSource& image : document.images) {
+    if (image.element == element.uid) url = image.url;
+  }
+  if (url.empty()) url = css::JoinUrl(document.baseUrl, *src);
+  return PictureAt(document, images, url);
+}
+
+bool PaintCache::NaturalSize(const Element& element, float* width, float* height) {
+  if (element.tag != L"img" || !element.document) return false;
+  const Bitmap* picture = PictureOfImg(*element.document, images, element);
+  *width = picture ? static_cast<float>(picture->width) : 0;
+  *height = picture ? static_cast<float>(picture->height) : 0;
+  return true;
+}
+
+namespace {
+
 struct ClipRect {
   int left, top, right, bottom;
 };
@@ -119,6 +174,7 @@ class PagePainter {
       PaintBackground(*box, style);
       PaintBorder(*box, style);
       if (element.tag == L"img") PaintImg(element, *box);
+      if (element.tag == L"progress" || style.behavior == L"progress") PaintProgress(element, *box, style);
     }
     bool clipped = box->clips;
     if (clipped) PushClip(box->Padding());
@@ -174,29 +230,48 @@ class PagePainter {
     return shape;
   }
 
+  void Fill(const Shape& shape, const css::Color& color, const ClipRect& area) {
+    uint32_t solid = Premultiply(color.r, color.g, color.b, color.a / 255.0f);
+    for (int y = area.top; y < area.bottom; ++y) {
+      uint32_t* row = canvas_.Row(y);
+      int x0, x1;
+      Interior(shape, y, x0, x1);
+      for (int x = area.left; x < area.right; ++x) {
+        if (x >= x0 && x < x1) {
+          row[x] = Over(row[x], solid);
+          continue;
+        }
+        float cover = Coverage(shape, x, y);
+        if (cover <= 0) continue;
+        row[x] = Over(row[x], cover >= 1 ? solid : Scale(solid, cover));
+      }
+    }
+  }
+
+  // A progress bar: the share value/max of its padding box, from the left, in
+  // the element's colour and inside its rounded outline. Without a number in
+  // "value" nothing is filled (the bar is waiting).
+  void PaintProgress(const Element& element, const Box& box, const css::ComputedStyle& style) {
+    const std::wstring* value = element.Attribute(L"value");
+    const std::wstring* max = element.Attribute(L"max");
+    if (!value || value->empty()) return;
+    float total = max && !max->empty() ? static_cast<float>(_wtof(max->c_str())) : 100.0f;
+    float share = total > 0 ? static_cast<float>(_wtof(value->c_str())) / total : 0;
+    share = std::clamp(share, 0.0f, 1.0f);
+    if (share <= 0) return;
+    Shape bar = Inner(box, Outline(box, style));
+    bar.rect.right = bar.rect.left + bar.rect.Width() * share;
+    for (int corner = 0; corner < 4; ++corner) bar.rx[corner] = std::min(bar.rx[corner], bar.rect.Width() / 2);
+    Fill(bar, style.color, Pixels(bar.rect));
+  }
+
   void PaintBackground(const Box& box, const css::ComputedStyle& style) {
     Shape outline = Outline(box, style);
     const css::Color& color = style.backgroundColor;
     ClipRect area = Pixels(box.border);
-    if (!color.IsTransparent()) {
-      uint32_t solid = Premultiply(color.r, color.g, color.b, color.a / 255.0f);
-      for (int y = area.top; y < area.bottom; ++y) {
-        uint32_t* row = canvas_.Row(y);
-        int x0, x1;
-        Interior(outline, y, x0, x1);
-        for (int x = area.left; x < area.right; ++x) {
-          if (x >= x0 && x < x1) {
-            row[x] = Over(row[x], solid);
-            continue;
-          }
-          float cover = Coverage(outline, x, y);
-          if (cover <= 0) continue;
-          row[x] = Over(row[x], cover >= 1 ? solid : Scale(solid, cover));
-        }
-      }
-    }
+    if (!color.IsTransparent()) Fill(outline, color, area);
     if (style.backgroundImage.empty()) return;
-    const Bitmap* picture = Picture(css::JoinUrl(style.backgroundImageBase, style.backgroundImage));
+    const Bitmap* picture = PictureAt(document_, cache_.images, css::JoinUrl(style.backgroundImageBase, style.backgroundImage));
     if (!picture) return;
     // Placed at the padding box's top left; repeated as the style says.
     RectF padding = box.Padding();
@@ -266,46 +341,8 @@ class PagePainter {
     }
   }
 
-  const Bitmap* Picture(const std::wstring& url) {
-    auto found = document_.resources.find(url);
-    if (found == document_.resources.end()) {
-      std::string bytes;
-      ReadLocal(url, bytes);  // kept empty when missing: read once
-      found = document_.resources.emplace(url, std::move(bytes)).first;
-    }
-    if (found->second.empty()) return nullptr;
-    return cache_.images.Get(url, found->second);
-  }
-
-  static void ReadLocal(const std::wstring& url, std::string& bytes) {
-    std::wstring path = url;
-    if (path.compare(0, 8, L"file:///") == 0) {
-      path.erase(0, 8);
-    } else if (path.compare(0, 7, L"file://") == 0) {
-      path.erase(0, 7);
-    }
-    if (path.find(L"://") != std::wstring::npos) return;
-    HANDLE file = CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr);
-    if (file == INVALID_HANDLE_VALUE) return;
-    LARGE_INTEGER size{};
-    if (GetFileSizeEx(file, &size) && size.QuadPart > 0 && size.QuadPart < (16 << 20)) {
-      bytes.resize(static_cast<size_t>(size.QuadPart));
-      DWORD read = 0;
-      if (!ReadFile(file, &bytes[0], static_cast<DWORD>(bytes.size()), &read, nullptr) || read != bytes.size())
-        bytes.clear();
-    }
-    CloseHandle(file);
-  }
-
   void PaintImg(const Element& element, const Box& box) {
-    const std::wstring* src = element.Attribute(L"src");
-    if (!src) return;
-    std::wstring url;
-    for (const ImageSource& image : document_.images) {
-      if (image.element == element.uid) url = image.url;
-    }
-    if (url.empty()) url = css::JoinUrl(document_.baseUrl, *src);
-    const Bitmap* picture = Picture(url);
+    const Bitmap* picture = PictureOfImg(document_, cache_.images, element);
     if (!picture) return;
     RectF content = box.Content();
     if (content.Width() <= 0 || content.Height() <= 0) return;
@@ -369,8 +406,19 @@ class PagePainter {
     HGDIOBJ old = SelectObject(dc, cache_.Font(view_.Measurer(), run.font, options_.fontSmoothing));
     const css::Color& color = style.color;
     SetTextColor(dc, RGB(color.r, color.g, color.b));
+    // Glyphs go where the layout measured them: Wine draws small sizes with
+    // advances that differ from GetTextExtentPoint32's by a pixel here and
+    // there, which over a run moves a word into the next element's text.
+    const int count = static_cast<int>(run.text.size());
+    std::vector<INT> ends(count), advances(count);
+    SIZE total{};
+    const INT* dx = nullptr;
+    if (GetTextExtentExPointW(dc, run.text.c_str(), count, 0, nullptr, ends.data(), &total)) {
+      for (int i = 0; i < count; ++i) advances[i] = ends[i] - (i ? ends[i - 1] : 0);
+      dx = advances.data();
+    }
     ExtTextOutW(dc, static_cast<int>(std::lround(run.x)), static_cast<int>(std::lround(run.baseline)), 0, nullptr,
-                run.text.c_str(), static_cast<UINT>(run.text.size()), nullptr);
+                run.text.c_str(), static_cast<UINT>(count), dx);
     SelectObject(dc, old);
     GdiFlush();
     size_t i = 0;

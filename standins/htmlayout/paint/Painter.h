@@ -29,21 +29,29 @@ struct Options {
 };
 
 // What painting keeps between paints of one window: decoded pictures and the
-// fonts made for a smoothing other than the measurer's.
-class PaintCache {
+// fonts made for a smoothing other than the measurer's. It also tells the
+// layout the size of an <img>'s picture, decoding it once for both.
+class PaintCache : public layout::NaturalSizes {
  public:
   PaintCache() = default;
-  ~PaintCache();
+  ~PaintCache() override;
   PaintCache(const PaintCache&) = delete;
   PaintCache& operator=(const PaintCache&) = delete;
 
   Images images;
   HFONT Font(layout::GdiTextMeasurer& measurer, int font, unsigned smoothing);
+  bool NaturalSize(const Element& element, float* width, float* height) override;
 
  private:
   std::map<std::pair<int, unsigned>, HFONT> fonts_;
   layout::GdiTextMeasurer* measurer_ = nullptr;  // fonts are numbered per measurer
 };
+
+// The picture at url among the document's resources, read from its file the
+// first time when nobody loaded it; null when there is none.
+const Bitmap* PictureAt(Document& document, Images& images, const std::wstring& url);
+// The picture an <img> shows; null for other elements and missing pictures.
+const Bitmap* PictureOfImg(Document& document, Images& images, const Element& element);
 
 // Paints the document (root and all) over what the canvas holds; the view is
 // up to date.

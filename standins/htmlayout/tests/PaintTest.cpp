@@ -37,7 +37,7 @@ LRESULT CALLBACK GivePicture(UINT msg, WPARAM, LPARAM lParam, LPVOID param) {
 
 const char kPage[] =
     "<style>html,body{margin:0;padding:0;background:white}"
-    "div,img{position:absolute;top:0}"
+    "div,img,progress{position:absolute;top:0}"
     "#bg{left:0;width:40px;height:40px;background:#ff0000}"
     "#bd{left:50px;width:32px;height:32px;border:4px solid #0000ff;border-radius:12px;background:#00ff00}"
     "#under{left:100px;width:40px;height:40px;background:#0000ff}"
@@ -49,9 +49,10 @@ const char kPage[] =
     "#tx{left:0;top:80px;font:bold 24px Tahoma;color:black;white-space:nowrap}"
     "#clip{left:100px;top:60px;width:20px;height:20px;overflow:hidden;background:white}"
     "#clip div{left:0;top:0;width:60px;height:60px;background:#00ff00}"
+    "#bar{left:150px;top:60px;width:40px;height:6px;border-radius:0;background:#ff0000;color:#00ff00}"
     "</style><div id=bg></div><div id=bd></div><div id=under></div><div id=over></div>"
     "<div id=frame></div><img id=pic src=pic.png><div id=hid></div><div id=tile></div>"
-    "<div id=tx>HHHH</div><div id=clip><div></div></div>";
+    "<div id=tx>HHHH</div><div id=clip><div></div></div><progress id=bar value=30 max=60></progress>";
 
 void CheckPage(const Shot& shot) {
   ASSERT_GE(shot.width, 200);
@@ -74,6 +75,8 @@ void CheckPage(const Shot& shot) {
       {35, 65, 0xFF0000, "no-repeat leaves the background colour"},
       {110, 70, 0x00FF00, "the child inside its clipping parent"},
       {130, 70, 0xFFFFFF, "the child clipped by overflow: hidden"},
+      {165, 62, 0x00FF00, "a progress bar's filled half"},
+      {185, 62, 0xFF0000, "the rest of the bar"},
   };
   for (const Probe& p : probes) {
     uint32_t pixel = shot.At(p.x, p.y);
@@ -100,6 +103,24 @@ TEST(PaintTest, PagePaintedOnScreenAndPrinted) {
   {
     SCOPED_TRACE("WM_PRINTCLIENT");
     CheckPage(Printed(window.hwnd()));
+  }
+}
+
+// An <img> without a size takes its picture's; with one side set it keeps the
+// picture's ratio; inline it sits on the line like an inline-block.
+TEST(PaintTest, PicturesKeepTheirNaturalSize) {
+  std::string png = Picture();
+  ViewWindow window(220, 120);
+  Hl().HTMLayoutSetCallback(window.hwnd(), GivePicture, &png);
+  window.Load("<style>html,body{margin:0;padding:0} img{vertical-align:top}</style>"
+              "<img id=a src=pic.png><img id=b src=pic.png style='height:20px'>"
+              "<img id=c src=pic.png style='width:15px'><img id=d src=missing.png>");
+  const struct {
+    const char* selector;
+    const char* box;
+  } cases[] = {{"#a", "0,0,30,10"}, {"#b", "30,0,90,20"}, {"#c", "90,0,105,5"}, {"#d", "105,0,105,0"}};
+  for (const auto& c : cases) {
+    EXPECT_EQ(Where(window.Find(c.selector), ROOT_RELATIVE | BORDER_BOX), c.box) << c.selector;
   }
 }
 

@@ -138,6 +138,16 @@ TEST(ViewTest, MessagesTheLibraryLeavesToTheHost) {
   Hl().HTMLayoutProcND(window.hwnd(), WM_PAINT, 0, 0, &handled);
   EXPECT_TRUE(handled);
   EXPECT_FALSE(GetUpdateRect(window.hwnd(), nullptr, FALSE)) << "WM_PAINT validates the window";
+
+  // A window of the library's own class needs no host procedure.
+  HWND own = CreateWindowExW(0, Hl().HTMLayoutClassNameW(), L"", WS_POPUP, 0, 0, 100, 40, nullptr, nullptr,
+                             GetModuleHandleW(nullptr), nullptr);
+  ASSERT_NE(own, nullptr);
+  const char page[] = "<p style='margin:0;width:60px;height:20px'>x</p>";
+  EXPECT_TRUE(Hl().HTMLayoutLoadHtmlEx(own, reinterpret_cast<LPCBYTE>(page), sizeof page - 1, nullptr));
+  EXPECT_EQ(SendMessageW(own, WM_ERASEBKGND, 0, 0), 1) << "handled by the library";
+  EXPECT_EQ(Hl().HTMLayoutGetMinWidth(own), 76u) << "60 and the body's margins";
+  DestroyWindow(own);
 }
 
 }  // namespace

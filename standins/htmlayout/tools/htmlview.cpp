@@ -1,10 +1,12 @@
-// htmlview.exe page.html [--width N] [--png out.png]
+// htmlview.exe page.html [--width N] [--set id:attribute=value]... [--png out.png]
 //
 // Shows a page the way a host shows it: a window whose procedure hands every
 // message to HTMLayoutProcND. With --png the page is rendered without showing
 // the window (WM_PRINTCLIENT into a DIB) and written as a PNG through WIC, at
 // the given width (default: the page's own, HTMLayoutGetMinWidth) and the
-// height the page takes there. Prints what it wrote; exits 1 on failure.
+// height the page takes there. --set gives the element of that id an attribute
+// after loading, as a host does (a page's face for a step, a bar's value).
+// Prints what it wrote; exits 1 on failure.
 #include <windows.h>
 #include <objbase.h>
 #include <wincodec.h>
@@ -94,6 +96,27 @@ std::vector<uint32_t> Render(HWND hwnd, int width, int height) {
   return pixels;
 }
 
+// "id:attribute=value" set on the page's element of that id.
+bool SetAttribute(HWND hwnd, const std::wstring& spec) {
+  size_t colon = spec.find(L':'), equals = spec.find(L'=', colon == std::wstring::npos ? 0 : colon);
+  if (colon == std::wstring::npos || equals == std::wstring::npos) return false;
+  std::string selector = "#";
+  for (wchar_t c : spec.substr(0, colon)) selector += static_cast<char>(c);
+  std::wstring name = spec.substr(colon + 1, equals - colon - 1), value = spec.substr(equals + 1);
+  std::string narrow(name.begin(), name.end());
+  HELEMENT root = nullptr;
+  if (HTMLayoutGetRootElement(hwnd, &root) != HLDOM_OK) return false;
+  struct Found {
+    HELEMENT element = nullptr;
+  } found;
+  auto take = [](HELEMENT he, LPVOID param) -> BOOL {
+    static_cast<Found*>(param)->element = he;
+    return TRUE;  // the first is enough
+  };
+  HTMLayoutSelectElements(root, selector.c_str(), take, &found);
+  return found.element && HTMLayoutSetAttributeByName(found.element, narrow.c_str(), value.c_str()) == HLDOM_OK;
+}
+
 int Fail(const char* what, const std::wstring& subject) {
   fprintf(stderr, "htmlview: %s: %ls (error %lu)\n", what, subject.c_str(), GetLastError());
   return 1;
@@ -103,11 +126,14 @@ int Fail(const char* what, const std::wstring& subject) {
 
 int wmain(int argc, wchar_t** argv) {
   std::wstring page, png;
+  std::vector<std::wstring> sets;
   int width = 0;
   for (int i = 1; i < argc; ++i) {
     std::wstring arg = argv[i];
     if (arg == L"--width" && i + 1 < argc) {
       width = _wtoi(argv[++i]);
+    } else if (arg == L"--set" && i + 1 < argc) {
+      sets.push_back(argv[++i]);
     } else if (arg == L"--png" && i + 1 < argc) {
       png = argv[++i];
     } else if (page.empty()) {
@@ -115,7 +141,7 @@ int wmain(int argc, wchar_t** argv) {
     }
   }
   if (page.empty()) {
-    fprintf(stderr, "usage: htmlview page.html [--width N] [--png out.png]\n");
+    fprintf(stderr, "usage: htmlview page.html [--width N] [--set id:attribute=value]... [--png out.png]\n");
     return 2;
   }
   wchar_t full[MAX_PATH];
@@ -136,6 +162,9 @@ int wmain(int argc, wchar_t** argv) {
   if (!hwnd) return Fail("cannot make a window for", full);
   if (!HTMLayoutLoadHtmlEx(hwnd, reinterpret_cast<LPCBYTE>(html.data()), static_cast<UINT>(html.size()), full))
     return Fail("cannot load", full);
+  for (const std::wstring& set : sets) {
+    if (!SetAttribute(hwnd, set)) return Fail("no element for", set);
+  }
   if (width <= 0) width = static_cast<int>(HTMLayoutGetMinWidth(hwnd));
   int height = static_cast<int>(HTMLayoutGetMinHeight(hwnd, static_cast<UINT>(width)));
   if (width <= 0 || height <= 0) return Fail("the page has no size", full);

@@ -45,6 +45,7 @@ void View::Update(const std::shared_ptr<Document>& document, int width, int heig
   bool fresh = document_.lock() != document || !state_;
   if (fresh) {
     state_ = std::make_unique<State>();
+    state_->layout.SetNaturalSizes(naturalSizes_);
     document_ = document;
     sheets_.clear();
   }

@@ -34,6 +34,10 @@ class View {
   // height (the client area). Holds: the document's lock.
   void Update(const std::shared_ptr<Document>& document, int width, int height);
 
+  // Where the layout takes pictures' natural sizes from, for this and every
+  // later document of the view.
+  void SetNaturalSizes(layout::NaturalSizes* sizes) { naturalSizes_ = sizes; }
+
   const css::StyleEngine& Styles() const { return state_->styles; }
   layout::LayoutEngine& Layout() { return state_->layout; }
   layout::GdiTextMeasurer& Measurer() { return state_->measurer; }
@@ -56,6 +60,7 @@ class View {
   std::unique_ptr<State> state_;
   std::weak_ptr<Document> document_;
   Sheets sheets_;
+  layout::NaturalSizes* naturalSizes_ = nullptr;
   int width_ = -1, height_ = -1;
   unsigned restyles_ = 0, layouts_ = 0;
 };
