@@ -10,6 +10,7 @@
 #include <memory>
 #include <string>
 
+#include "standins/htmlayout/api/Controls.h"
 #include "standins/htmlayout/api/Url.h"
 #include "standins/htmlayout/api/Windows.h"
 #include "standins/htmlayout/dom/Parser.h"
@@ -44,17 +45,7 @@ bool ReadFileBytes(const std::wstring& path, std::string& bytes) {
 // found.
 bool LoadResource(WindowRecord& record, const std::wstring& url, UINT dataType, Element* principal,
                   std::string& bytes) {
-  HWND hwnd = record.hwnd;
-  LPHTMLAYOUT_NOTIFY callback = nullptr;
-  LPVOID callbackParam = nullptr;
-  WindowRecords::Read(record, [&](const WindowRecord& r) {
-    callback = r.callback;
-    callbackParam = r.callbackParam;
-  });
-
   NMHL_LOAD_DATA request{};
-  request.hdr.hwndFrom = hwnd;
-  request.hdr.idFrom = static_cast<UINT_PTR>(GetDlgCtrlID(hwnd));
   request.hdr.code = HLN_LOAD_DATA;
   request.uri = url.c_str();
   request.dataType = dataType;
@@ -68,13 +59,7 @@ bool LoadResource(WindowRecord& record, const std::wstring& url, UINT dataType, 
     outer = r.pending;
     r.pending = &pending;
   });
-  LRESULT answer = LOAD_OK;
-  if (callback) {
-    answer = callback(WM_NOTIFY, request.hdr.idFrom, reinterpret_cast<LPARAM>(&request), callbackParam);
-  } else if (HWND parent = GetParent(hwnd)) {
-    // Without a callback the published behaviour is WM_NOTIFY to the parent.
-    answer = SendMessageW(parent, WM_NOTIFY, request.hdr.idFrom, reinterpret_cast<LPARAM>(&request));
-  }
+  LRESULT answer = WindowRecords::Notify(record.hwnd, request.hdr);
   WindowRecords::Change(record, [&](WindowRecord& r) { r.pending = outer; });
 
   if (answer == LOAD_DISCARD) return false;
@@ -141,6 +126,7 @@ extern "C" BOOL HLAPI HTMLayoutLoadHtmlEx(HWND hWndHTMLayout, LPCBYTE html, UINT
   std::shared_ptr<Document> document(ParseHtml(html, htmlSize));
   document->hwnd = hWndHTMLayout;
   document->baseUrl = baseUrl ? baseUrl : L"";
+  events::BuildControls(*document);
   LoadResources(*record, *document);
 
   std::shared_ptr<Document> old;

@@ -9,6 +9,7 @@
 // shows it), so it runs after every lock is left.
 #include <windows.h>
 
+#include "standins/htmlayout/api/Events.h"
 #include "standins/htmlayout/api/Views.h"
 #include "standins/htmlayout/include/htmlayout.h"
 #include "standins/htmlayout/paint/Canvas.h"
@@ -77,8 +78,9 @@ void PaintInto(HWND hwnd, HDC dc) {
 
 }  // namespace
 
-// The messages the library answers; every other one (timers, close, the
-// host's own WM_USER messages, non-client clicks) is the host's.
+// The messages the library answers: painting, sizing, and the mouse and
+// keyboard of the page (events.h); every other one (timers, close, the host's
+// own WM_USER messages, non-client clicks) is the host's.
 extern "C" LRESULT HLAPI HTMLayoutProcND(HWND hwnd, UINT msg, WPARAM wParam, LPARAM lParam, BOOL* pbHandled) {
   BOOL handled = FALSE;
   LRESULT result = 0;
@@ -111,9 +113,11 @@ extern "C" LRESULT HLAPI HTMLayoutProcND(HWND hwnd, UINT msg, WPARAM wParam, LPA
       handled = TRUE;
       break;
     case WM_NCDESTROY:
+      events::Forget(hwnd);
       WindowRecords::Forget(hwnd);
       break;
     default:
+      handled = events::HandleInput(hwnd, msg, wParam, lParam, &result);
       break;
   }
   if (pbHandled) *pbHandled = handled;

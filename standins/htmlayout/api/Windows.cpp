@@ -60,4 +60,22 @@ std::map<UINT, UINT>& WindowRecords::GlobalOptions() {
   return *options;
 }
 
+LRESULT WindowRecords::Notify(HWND hwnd, NMHDR& header) {
+  LPHTMLAYOUT_NOTIFY callback = nullptr;
+  LPVOID callbackParam = nullptr;
+  if (std::shared_ptr<WindowRecord> record = Find(hwnd)) {
+    Read(*record, [&](const WindowRecord& r) {
+      callback = r.callback;
+      callbackParam = r.callbackParam;
+    });
+  }
+  header.hwndFrom = hwnd;
+  header.idFrom = static_cast<UINT_PTR>(GetDlgCtrlID(hwnd));
+  if (callback) return callback(WM_NOTIFY, header.idFrom, reinterpret_cast<LPARAM>(&header), callbackParam);
+  if (HWND parent = GetParent(hwnd)) {
+    return SendMessageW(parent, WM_NOTIFY, header.idFrom, reinterpret_cast<LPARAM>(&header));
+  }
+  return 0;
+}
+
 }  // namespace hl

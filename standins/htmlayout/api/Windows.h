@@ -70,6 +70,11 @@ class WindowRecords {
     ReleaseSRWLockShared(&lock_);
   }
 
+  // Sends a notification to the window's host: its callback, or WM_NOTIFY to
+  // the parent window when it set none (the published fallback). Call with no
+  // lock held: the host runs.
+  static LRESULT Notify(HWND hwnd, NMHDR& header);
+
   // Options set with a null window: they apply to every window.
   static std::map<UINT, UINT>& GlobalOptions();
 

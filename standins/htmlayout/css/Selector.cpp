@@ -42,7 +42,9 @@ bool HasWord(const std::wstring& list, const std::wstring& word) {
 
 bool MatchesCompound(const Compound& c, const Element& e) {
   if (!c.tag.empty() && c.tag != e.tag) return false;
-  if ((e.state & c.statesSet) != c.statesSet || (e.state & c.statesClear) != 0) return false;
+  // A "disabled" attribute, also an empty one, disables as the state bit does.
+  const uint32_t state = e.state | (e.Attribute(L"disabled") ? uint32_t{kStateDisabled} : 0u);
+  if ((state & c.statesSet) != c.statesSet || (state & c.statesClear) != 0) return false;
   for (auto& id : c.ids) {
     const std::wstring* value = e.Attribute(L"id");
     if (!value || *value != id) return false;

@@ -39,6 +39,27 @@ big { font-size: larger }
 a { color: blue; text-decoration: underline; cursor: pointer }
 hr { border: 1px solid gray; margin: 0.5em 0 }
 progress { width: 160px; height: 12px; background: #e3e7ec; color: #3b82d6; border-radius: 3px }
+input, textarea { width: 150px; padding: 2px 4px; border: 1px solid #8f8f9d; background: white; color: black;
+                  white-space: nowrap; overflow: hidden; cursor: text }
+input[type=checkbox] { width: 13px; height: 13px; padding: 0; border: 1px solid #767676; border-radius: 2px;
+                       cursor: default; vertical-align: middle }
+input[type=checkbox]:checked { background: #0a64c8; border-color: #0a64c8; color: white }
+button, input[type=button], input[type=submit], input[type=reset] { width: auto; padding: 3px 10px;
+  border: 1px solid #8f8f9d; border-radius: 3px; background: #efeff1; color: black; cursor: default;
+  text-align: center; white-space: nowrap }
+button:hover, input[type=button]:hover { background: #e3e3e8 }
+button:active, input[type=button]:active { background: #d0d0d7 }
+:disabled { color: #8d8d8d }
+select { flow: horizontal; position: relative; width: 150px; border: 1px solid #8f8f9d; background: white;
+         color: black; cursor: default }
+select > caption { display: block; width: 1*; padding: 2px 4px; white-space: nowrap; overflow: hidden }
+select > button { display: block; width: 16px; padding: 0; border: none; border-radius: 0; background: transparent }
+select > popup { display: none; position: absolute; left: -1px; top: 100%; width: 100%; background: white;
+                 border: 1px solid #8f8f9d; color: black }
+select:expanded > popup { display: block }
+select > popup option { display: block; padding: 2px 4px; white-space: nowrap }
+select > popup option:hover { background: #e5f0fb }
+select > popup option:current { background: #0a64c8; color: white }
 )";
 
 const ComputedStyle& Initial() {

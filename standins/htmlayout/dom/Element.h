@@ -42,6 +42,15 @@ enum StateBits : uint32_t {
   kStateCollapsed = 0x00000400,
 };
 
+// An event procedure attached to an element: by HTMLayoutAttachEventHandler,
+// or the one the host gave for a `behavior` name the library does not know.
+// Kept untyped here; the C interface knows the procedure's type.
+struct AttachedHandler {
+  void* proc = nullptr;
+  void* tag = nullptr;
+  unsigned subscription = 0;
+};
+
 class Element {
  public:
   std::wstring tag;                                            // lower case: L"div", L"html"
@@ -55,6 +64,8 @@ class Element {
   // Style properties set on the element itself through the C API, names lower
   // case, in the order they were set; the cascade puts them above every sheet.
   std::vector<std::pair<std::wstring, std::wstring>> styleAttributes;
+  std::vector<AttachedHandler> handlers;  // in attach order
+  std::wstring offeredBehavior;           // the `behavior` name last offered to the host
   uint32_t uid;                  // unique in the process, never reused
   bool needsRestyle = true;      // an attribute, state, style or the content changed
   bool needsLayout = true;       // the content or a style property changed

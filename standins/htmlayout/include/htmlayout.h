@@ -123,6 +123,79 @@ typedef struct tagNMHL_ATTACH_BEHAVIOR {
   UINT elementEvents;             /* [out] EVENT_GROUPS bits */
 } NMHL_ATTACH_BEHAVIOR, *LPNMHL_ATTACH_BEHAVIOR;
 
+/* ---- Events ---- */
+enum EVENT_GROUPS {
+  HANDLE_INITIALIZATION = 0x0000, HANDLE_MOUSE = 0x0001, HANDLE_KEY = 0x0002, HANDLE_FOCUS = 0x0004,
+  HANDLE_SCROLL = 0x0008, HANDLE_TIMER = 0x0010, HANDLE_SIZE = 0x0020, HANDLE_DRAW = 0x0040,
+  HANDLE_DATA_ARRIVED = 0x0080, HANDLE_BEHAVIOR_EVENT = 0x0100, HANDLE_METHOD_CALL = 0x0200,
+  HANDLE_EXCHANGE = 0x1000, HANDLE_GESTURE = 0x2000, HANDLE_ALL = 0xFFFF,
+  DISABLE_INITIALIZATION = 0x80000000
+};
+/* The phase is marked in the event's code: bubbling has no mark. */
+enum PHASE_MASK { BUBBLING = 0, SINKING = 0x8000, HANDLED = 0x10000 };
+enum MOUSE_BUTTONS { MAIN_MOUSE_BUTTON = 1, PROP_MOUSE_BUTTON = 2, MIDDLE_MOUSE_BUTTON = 4 };
+enum KEYBOARD_STATES { CONTROL_KEY_PRESSED = 0x1, SHIFT_KEY_PRESSED = 0x2, ALT_KEY_PRESSED = 0x4 };
+enum INITIALIZATION_EVENTS { BEHAVIOR_DETACH = 0, BEHAVIOR_ATTACH = 1 };
+enum MOUSE_EVENTS {
+  MOUSE_ENTER = 0, MOUSE_LEAVE, MOUSE_MOVE, MOUSE_UP, MOUSE_DOWN, MOUSE_DCLICK, MOUSE_WHEEL, MOUSE_TICK,
+  MOUSE_IDLE, DROP = 9, DRAG_ENTER = 0xA, DRAG_LEAVE = 0xB, DRAG_REQUEST = 0xC, MOUSE_CLICK = 0xFF,
+  DRAGGING = 0x100
+};
+enum KEY_EVENTS { KEY_DOWN = 0, KEY_UP, KEY_CHAR };
+enum FOCUS_EVENTS { FOCUS_LOST = 0, FOCUS_GOT = 1 };
+enum BEHAVIOR_EVENTS {
+  BUTTON_CLICK = 0, BUTTON_PRESS = 1, BUTTON_STATE_CHANGED = 2, EDIT_VALUE_CHANGING = 3, EDIT_VALUE_CHANGED = 4,
+  SELECT_SELECTION_CHANGED = 5, SELECT_STATE_CHANGED = 6, POPUP_REQUEST = 7, POPUP_READY = 8,
+  POPUP_DISMISSED = 9, MENU_ITEM_ACTIVE = 0xA, MENU_ITEM_CLICK = 0xB, HYPERLINK_CLICK = 0x80,
+  FIRST_APPLICATION_EVENT_CODE = 0x100
+};
+enum EVENT_REASON { BY_MOUSE_CLICK = 0, BY_KEY_CLICK = 1, SYNTHESIZED = 2 };
+enum EDIT_CHANGED_REASON { BY_INS_CHAR = 3, BY_INS_CHARS = 4, BY_DEL_CHAR = 5, BY_DEL_CHARS = 6 };
+
+typedef struct { UINT cmd; } INITIALIZATION_PARAMS;
+typedef struct {
+  UINT cmd;              /* MOUSE_EVENTS | phase */
+  HELEMENT target;       /* the element under the mouse */
+  POINT pos;             /* relative to the element the handler is attached to */
+  POINT pos_document;    /* relative to the document's root */
+  UINT button_state;     /* MOUSE_BUTTONS */
+  UINT alt_state;        /* KEYBOARD_STATES */
+  UINT cursor_type;
+  BOOL is_on_icon;
+  HELEMENT dragging;
+  UINT dragging_mode;
+} MOUSE_PARAMS;
+typedef struct {
+  UINT cmd;              /* KEY_EVENTS | phase */
+  HELEMENT target;
+  UINT key_code;         /* virtual key; the character for KEY_CHAR */
+  UINT alt_state;
+} KEY_PARAMS;
+typedef struct {
+  UINT cmd;              /* FOCUS_EVENTS | phase */
+  HELEMENT target;       /* the new focus for FOCUS_LOST, the old one for FOCUS_GOT */
+  BOOL by_mouse_click;
+  BOOL cancel;
+} FOCUS_PARAMS;
+typedef struct {
+  UINT cmd;              /* BEHAVIOR_EVENTS | phase */
+  HELEMENT heTarget;     /* the control the event is about */
+  HELEMENT he;           /* its source: the picked <option> for SELECT_SELECTION_CHANGED */
+  UINT_PTR reason;       /* EVENT_REASON, EDIT_CHANGED_REASON */
+  VALUE data;
+} BEHAVIOR_EVENT_PARAMS;
+
+HL_EXTERN_C HLDOM_RESULT HLAPI HTMLayoutAttachEventHandler(HELEMENT he, LPELEMENT_EVENT_PROC pep, LPVOID tag);
+HL_EXTERN_C HLDOM_RESULT HLAPI HTMLayoutAttachEventHandlerEx(HELEMENT he, LPELEMENT_EVENT_PROC pep, LPVOID tag,
+                                                             UINT subscription);
+HL_EXTERN_C HLDOM_RESULT HLAPI HTMLayoutDetachEventHandler(HELEMENT he, LPELEMENT_EVENT_PROC pep, LPVOID tag);
+/* Sends a behaviour event to he (sinking and bubbling), at once; *handled: a handler stopped it. */
+HL_EXTERN_C HLDOM_RESULT HLAPI HTMLayoutSendEvent(HELEMENT he, UINT appEventCode, HELEMENT heSource, UINT_PTR reason,
+                                                  BOOL* handled);
+HL_EXTERN_C HLDOM_RESULT HLAPI HTMLayoutGetFocusElement(HWND hwnd, HELEMENT* phe);
+HL_EXTERN_C HLDOM_RESULT HLAPI HTMLayoutControlGetValue(HELEMENT he, VALUE* pVal);
+HL_EXTERN_C HLDOM_RESULT HLAPI HTMLayoutControlSetValue(HELEMENT he, const VALUE* pVal);
+
 /* ---- Options ---- */
 enum HTMLAYOUT_OPTIONS {
   HTMLAYOUT_SMOOTH_SCROLL = 1,

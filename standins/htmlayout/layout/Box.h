@@ -51,6 +51,7 @@ struct Box {
   bool clips = false;          // overflow other than visible: painting clips to the padding box
   bool inlineLevel = false;    // the union of an inline element's pieces on its lines
   bool outOfFlow = false;      // position: absolute
+  bool overlay = false;        // a <popup>: painted over everything else, unclipped, hit first
 
   RectF Padding() const {
     return {border.left + borderWidth[css::kLeft], border.top + borderWidth[css::kTop],

@@ -98,6 +98,7 @@ Box& LayoutEngine::NewBox(const Element& element, const ComputedStyle& style, co
   box.clips = style.overflow != css::Overflow::Visible;
   box.inlineLevel = false;
   box.outOfFlow = style.position == css::Position::Absolute;
+  box.overlay = element.tag == L"popup";
   box.x = box.y = box.width = box.height = 0;
   box.shiftX = box.shiftY = 0;
   box.baseline = -1;

@@ -165,9 +165,23 @@ class PagePainter {
     clips_.push_back({0, 0, canvas.Width(), canvas.Height()});
   }
 
-  void Paint(const Element& element) {
+  // The page, then the open popups over it (a dropdown's list may hang out of
+  // a box that clips).
+  void PaintAll(const Element& root) {
+    Paint(root);
+    for (size_t i = 0; i < overlays_.size(); ++i) {  // a popup inside a popup is painted after it
+      clips_.resize(1);
+      Paint(*overlays_[i], true);
+    }
+  }
+
+  void Paint(const Element& element, bool overlayPass = false) {
     const Box* box = view_.Layout().BoxOf(element);
     if (!box) return;  // display: none, and nothing under it shows either
+    if (box->overlay && !overlayPass) {
+      overlays_.push_back(&element);
+      return;
+    }
     const css::ComputedStyle& style = *box->style;
     bool visible = !box->hidden && style.visibility == css::Visibility::Visible;
     if (visible) {
@@ -175,6 +189,7 @@ class PagePainter {
       PaintBorder(*box, style);
       if (element.tag == L"img") PaintImg(element, *box);
       if (element.tag == L"progress" || style.behavior == L"progress") PaintProgress(element, *box, style);
+      PaintMarks(element, *box, style);
     }
     bool clipped = box->clips;
     if (clipped) PushClip(box->Padding());
@@ -263,6 +278,52 @@ class PagePainter {
     bar.rect.right = bar.rect.left + bar.rect.Width() * share;
     for (int corner = 0; corner < 4; ++corner) bar.rx[corner] = std::min(bar.rx[corner], bar.rect.Width() / 2);
     Fill(bar, style.color, Pixels(bar.rect));
+  }
+
+  // The marks controls draw over their background in their text colour: the
+  // tick of a checked box, the arrow of a dropdown's button, the caret of a
+  // focused text field after its text.
+  void PaintMarks(const Element& element, const Box& box, const css::ComputedStyle& style) {
+    const std::wstring* type = element.Attribute(L"type");
+    const bool input = element.tag == L"input";
+    const RectF c = box.Content().Width() > 0 ? box.Content() : box.Padding();
+    const css::Color& ink = style.color;
+    if ((input && type && *type == L"checkbox") || style.behavior == L"check") {
+      if (!(element.state & kStateChecked)) return;
+      // Two strokes: down from the left third, up to the top right.
+      float w = c.Width(), h = c.Height();
+      Stroke(c.left + w * 0.18f, c.top + h * 0.52f, c.left + w * 0.42f, c.top + h * 0.76f, ink, 1.6f);
+      Stroke(c.left + w * 0.42f, c.top + h * 0.76f, c.left + w * 0.84f, c.top + h * 0.24f, ink, 1.6f);
+    } else if (element.tag == L"button" && element.parent && element.parent->tag == L"select") {
+      float cx = (c.left + c.right) / 2, cy = (c.top + c.bottom) / 2, half = std::min(c.Width(), c.Height()) * 0.25f;
+      Stroke(cx - half, cy - half / 2, cx, cy + half / 2, ink, 1.4f);
+      Stroke(cx, cy + half / 2, cx + half, cy - half / 2, ink, 1.4f);
+    } else if (input && (element.state & kStateFocus) && (!type || *type == L"text" || *type == L"password")) {
+      float x = c.left + 1;
+      for (const layout::LineBox& line : box.lines) {
+        for (const layout::TextRun& run : line.runs) x = std::max(x, run.x + run.width + 1);
+      }
+      Stroke(x, c.top + 2, x, c.bottom - 2, ink, 1.0f);
+    }
+  }
+
+  // A line of the given width, anti-aliased by distance to the segment.
+  void Stroke(float x0, float y0, float x1, float y1, const css::Color& color, float width) {
+    RectF bounds{std::min(x0, x1) - width, std::min(y0, y1) - width, std::max(x0, x1) + width,
+                 std::max(y0, y1) + width};
+    ClipRect area = Pixels(bounds);
+    float dx = x1 - x0, dy = y1 - y0, length2 = dx * dx + dy * dy;
+    for (int y = area.top; y < area.bottom; ++y) {
+      for (int x = area.left; x < area.right; ++x) {
+        float px = x + 0.5f - x0, py = y + 0.5f - y0;
+        float t = length2 > 0 ? std::clamp((px * dx + py * dy) / length2, 0.0f, 1.0f) : 0;
+        float ex = px - t * dx, ey = py - t * dy;
+        float cover = std::clamp(width / 2 + 0.5f - std::sqrt(ex * ex + ey * ey), 0.0f, 1.0f);
+        if (cover <= 0) continue;
+        uint32_t solid = Premultiply(color.r, color.g, color.b, color.a / 255.0f * cover);
+        canvas_.At(x, y) = Over(canvas_.At(x, y), solid);
+      }
+    }
   }
 
   void PaintBackground(const Box& box, const css::ComputedStyle& style) {
@@ -444,6 +505,7 @@ class PagePainter {
   PaintCache& cache_;
   const Options& options_;
   std::vector<ClipRect> clips_;
+  std::vector<const Element*> overlays_;  // popups met on the way, painted last
 };
 
 }  // namespace
@@ -451,7 +513,7 @@ class PagePainter {
 void PaintPage(view::View& view, Document& document, Canvas& canvas, PaintCache& cache, const Options& options) {
   if (!document.root || !canvas.Valid()) return;
   GdiFlush();
-  PagePainter(view, document, canvas, cache, options).Paint(*document.root);
+  PagePainter(view, document, canvas, cache, options).PaintAll(*document.root);
   GdiFlush();
 }
 

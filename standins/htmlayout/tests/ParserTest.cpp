@@ -17,7 +17,9 @@ const ParseCase kCases[] = {
     {"<p>a<div>b</div>c", "<p>a</p><div>b</div>c"},
     {"<ul><li>a<li>b<ul><li>c</ul><li>d</ul>", "<ul><li>a</li><li>b<ul><li>c</li></ul></li><li>d</li></ul>"},
     {"<select><option>1<option selected>2</select>",
-     "<select><option>1</option><option selected=\"\">2</option></select>"},
+     // a dropdown is rebuilt into caption, button and the list of options
+     "<select><caption>2</caption><button></button><popup><option>1</option><option selected=\"\">2</option>"
+     "</popup></select>"},
     {"<dl><dt>t<dd>d<dt>u</dl>", "<dl><dt>t</dt><dd>d</dd><dt>u</dt></dl>"},
     {"<table><tr><td>1<td>2<tr><td>3</table>",
      "<table><tr><td>1</td><td>2</td></tr><tr><td>3</td></tr></table>"},

@@ -82,4 +82,52 @@ void View::Update(const std::shared_ptr<Document>& document, int width, int heig
   ++layouts_;
 }
 
+namespace {
+
+struct Hit {
+  const layout::LayoutEngine& layout;
+  float x, y;
+  std::vector<Element*> overlays;
+
+  static bool Inside(const layout::RectF& r, float x, float y) {
+    return x >= r.left && x < r.right && y >= r.top && y < r.bottom;
+  }
+
+  // The last element in paint order under the point, within clip.
+  Element* Walk(Element& element, layout::RectF clip, bool overlayPass) {
+    const layout::Box* box = layout.BoxOf(element);
+    if (!box) return nullptr;
+    if (box->overlay && !overlayPass) {
+      overlays.push_back(&element);
+      return nullptr;
+    }
+    Element* found = nullptr;
+    if (!box->hidden && Inside(box->border, x, y) && Inside(clip, x, y)) found = &element;
+    if (box->clips) {
+      layout::RectF padding = box->Padding();
+      clip = {std::max(clip.left, padding.left), std::max(clip.top, padding.top), std::min(clip.right, padding.right),
+              std::min(clip.bottom, padding.bottom)};
+    }
+    for (Node& node : element.children) {
+      if (!node.element) continue;
+      if (Element* inner = Walk(*node.element, clip, false)) found = inner;
+    }
+    return found;
+  }
+};
+
+}  // namespace
+
+Element* View::HitTest(Element& root, float x, float y) {
+  if (!state_) return nullptr;
+  Hit hit{state_->layout, x, y, {}};
+  const layout::RectF all{-1e9f, -1e9f, 1e9f, 1e9f};
+  Element* found = hit.Walk(root, all, false);
+  // Popups are painted last, so they are hit first (the last one painted wins).
+  for (size_t i = 0; i < hit.overlays.size(); ++i) {
+    if (Element* inner = hit.Walk(*hit.overlays[i], all, true)) found = inner;
+  }
+  return found;
+}
+
 }  // namespace hl::view

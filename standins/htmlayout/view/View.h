@@ -44,6 +44,12 @@ class View {
   int Width() const { return width_; }
   int Height() const { return height_; }
 
+  // The element shown topmost at (x, y), view coordinates: the deepest box
+  // holding the point, later boxes over earlier ones, open popups over all;
+  // parts clipped away by an ancestor's overflow and hidden boxes are not hit
+  // (their visible descendants are). Null outside every box. After Update.
+  Element* HitTest(Element& root, float x, float y);
+
   // Counters for tests and the benchmark: how often the view had to work.
   unsigned Restyles() const { return restyles_; }
   unsigned Layouts() const { return layouts_; }
