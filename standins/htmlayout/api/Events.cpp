@@ -167,7 +167,8 @@ bool Prepared(Element* target, Route& route) {
     if (target->document) hwnd = target->document->hwnd;
   }
   route.hwnd = hwnd;
-  bool viewed = hwnd && WithElementView(target, [&](ViewAccess& access) { Collect(target, &access, route); });
+  bool viewed =
+      hwnd && WithElementView(target, [&](ViewAccess& access) { Collect(target, &access, route); }, false);
   if (!viewed) {
     ElementLock lock(target);
     Collect(target, nullptr, route);

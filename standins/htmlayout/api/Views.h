@@ -41,9 +41,11 @@ struct ViewAccess {
 template <class F>
 bool WithWindowView(HWND hwnd, F work);
 // The same for the window whose document holds element; false when the
-// element is detached or its document is not shown in a window.
+// element is detached or its document is not shown in a window. With update
+// false the view is taken as the last query or paint left it (positions for
+// events, which must not cost a layout each).
 template <class F>
-bool WithElementView(Element* element, F work);
+bool WithElementView(Element* element, F work, bool update = true);
 
 // The client size of a window, the width the page is laid out for.
 SIZE ClientSize(HWND hwnd);
@@ -79,7 +81,7 @@ bool WithWindowView(HWND hwnd, F work) {
 }
 
 template <class F>
-bool WithElementView(Element* element, F work) {
+bool WithElementView(Element* element, F work, bool update) {
   HWND hwnd = nullptr;
   {
     ElementLock lock(element);
@@ -96,7 +98,7 @@ bool WithElementView(Element* element, F work) {
   ElementLock lock(element);
   if (element->document != document.get()) return false;  // moved meanwhile
   ViewLock viewLock(*window);
-  window->view.Update(document, size.cx, size.cy);
+  if (update || window->view.Width() < 0) window->view.Update(document, size.cx, size.cy);
   ViewAccess access{*document, *window, hwnd};
   work(access);
   return true;

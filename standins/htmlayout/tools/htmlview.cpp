@@ -1,11 +1,15 @@
-// htmlview.exe page.html [--width N] [--set id:attribute=value]... [--png out.png]
+// htmlview.exe page.html [--width N] [--set id:attribute=value]... [--click id]... [--events]
+//               [--png out.png]
 //
 // Shows a page the way a host shows it: a window whose procedure hands every
 // message to HTMLayoutProcND. With --png the page is rendered without showing
 // the window (WM_PRINTCLIENT into a DIB) and written as a PNG through WIC, at
 // the given width (default: the page's own, HTMLayoutGetMinWidth) and the
 // height the page takes there. --set gives the element of that id an attribute
-// after loading, as a host does (a page's face for a step, a bar's value).
+// after loading, as a host does (a page's face for a step, a bar's value);
+// --click clicks an element's centre with window messages (to render an open
+// dropdown, a checked box); --events prints every behaviour event the page
+// sends (code, target, source), for page authors.
 // Prints what it wrote; exits 1 on failure.
 #include <windows.h>
 #include <objbase.h>
@@ -117,6 +121,60 @@ bool SetAttribute(HWND hwnd, const std::wstring& spec) {
   return found.element && HTMLayoutSetAttributeByName(found.element, narrow.c_str(), value.c_str()) == HLDOM_OK;
 }
 
+const char* EventName(UINT code) {
+  switch (code) {
+    case BUTTON_CLICK: return "BUTTON_CLICK";
+    case BUTTON_PRESS: return "BUTTON_PRESS";
+    case BUTTON_STATE_CHANGED: return "BUTTON_STATE_CHANGED";
+    case EDIT_VALUE_CHANGED: return "EDIT_VALUE_CHANGED";
+    case SELECT_SELECTION_CHANGED: return "SELECT_SELECTION_CHANGED";
+    case HYPERLINK_CLICK: return "HYPERLINK_CLICK";
+    default: return "event";
+  }
+}
+
+void Describe(HELEMENT he, char* out, size_t size) {
+  LPCSTR tag = "";
+  LPCWSTR id = nullptr;
+  if (he) {
+    HTMLayoutGetElementType(he, &tag);
+    HTMLayoutGetAttributeByName(he, "id", &id);
+  }
+  snprintf(out, size, "%s%s%ls", he ? tag : "(none)", id ? "#" : "", id ? id : L"");
+}
+
+BOOL CALLBACK PrintEvent(LPVOID, HELEMENT, UINT group, LPVOID prms) {
+  auto* p = static_cast<BEHAVIOR_EVENT_PARAMS*>(prms);
+  if (group != HANDLE_BEHAVIOR_EVENT || (p->cmd & SINKING)) return FALSE;
+  char target[128], source[128];
+  Describe(p->heTarget, target, sizeof target);
+  Describe(p->he, source, sizeof source);
+  printf("%s (%u) target %s source %s reason %u\n", EventName(p->cmd), p->cmd, target, source,
+         static_cast<unsigned>(p->reason));
+  fflush(stdout);
+  return FALSE;
+}
+
+bool ClickOn(HWND hwnd, const std::wstring& id) {
+  HELEMENT root = nullptr, found = nullptr;
+  std::string selector = "#" + std::string(id.begin(), id.end());
+  if (HTMLayoutGetRootElement(hwnd, &root) != HLDOM_OK) return false;
+  HTMLayoutSelectElements(
+      root, selector.c_str(),
+      [](HELEMENT he, LPVOID param) -> BOOL {
+        *static_cast<HELEMENT*>(param) = he;
+        return TRUE;
+      },
+      &found);
+  RECT r{};
+  if (!found || HTMLayoutGetElementLocation(found, &r, ROOT_RELATIVE | BORDER_BOX) != HLDOM_OK) return false;
+  LPARAM at = MAKELPARAM((r.left + r.right) / 2, (r.top + r.bottom) / 2);
+  SendMessageW(hwnd, WM_MOUSEMOVE, 0, at);
+  SendMessageW(hwnd, WM_LBUTTONDOWN, MK_LBUTTON, at);
+  SendMessageW(hwnd, WM_LBUTTONUP, 0, at);
+  return true;
+}
+
 int Fail(const char* what, const std::wstring& subject) {
   fprintf(stderr, "htmlview: %s: %ls (error %lu)\n", what, subject.c_str(), GetLastError());
   return 1;
@@ -126,12 +184,17 @@ int Fail(const char* what, const std::wstring& subject) {
 
 int wmain(int argc, wchar_t** argv) {
   std::wstring page, png;
-  std::vector<std::wstring> sets;
+  std::vector<std::wstring> sets, clicks;
+  bool events = false;
   int width = 0;
   for (int i = 1; i < argc; ++i) {
     std::wstring arg = argv[i];
     if (arg == L"--width" && i + 1 < argc) {
       width = _wtoi(argv[++i]);
+    } else if (arg == L"--click" && i + 1 < argc) {
+      clicks.push_back(argv[++i]);
+    } else if (arg == L"--events") {
+      events = true;
     } else if (arg == L"--set" && i + 1 < argc) {
       sets.push_back(argv[++i]);
     } else if (arg == L"--png" && i + 1 < argc) {
@@ -141,7 +204,8 @@ int wmain(int argc, wchar_t** argv) {
     }
   }
   if (page.empty()) {
-    fprintf(stderr, "usage: htmlview page.html [--width N] [--set id:attribute=value]... [--png out.png]\n");
+    fprintf(stderr, "usage: htmlview page.html [--width N] [--set id:attribute=value]... [--click id]... [--events] "
+                    "[--png out.png]\n");
     return 2;
   }
   wchar_t full[MAX_PATH];
@@ -171,6 +235,10 @@ int wmain(int argc, wchar_t** argv) {
   RECT frame{0, 0, width, height};
   AdjustWindowRect(&frame, style, FALSE);
   SetWindowPos(hwnd, nullptr, 0, 0, frame.right - frame.left, frame.bottom - frame.top, SWP_NOMOVE | SWP_NOZORDER);
+  if (events) HTMLayoutWindowAttachEventHandler(hwnd, PrintEvent, nullptr, HANDLE_BEHAVIOR_EVENT);
+  for (const std::wstring& click : clicks) {
+    if (!ClickOn(hwnd, click)) return Fail("no element to click", click);
+  }
 
   if (!png.empty()) {
     RECT client;
