@@ -69,7 +69,7 @@ const char kPage[] =
     "#ok{left:0;top:0;width:80px;height:30px} #off{left:100px;top:0;width:80px;height:30px}"
     "#link{left:200px;top:0} #box{left:0;top:50px} #field{left:40px;top:50px;width:120px}"
     "#lang{left:200px;top:50px;width:120px} #drag{left:0;top:150px;width:300px;height:20px;behavior:drag-window}"
-    "#ok:hover{background:#ff0000}</style>"
+    "#ok:hover{background:#ff0000} #ok:active{background:#00ff00}</style>"
     "<button id=ok><span id=oklabel>OK</span></button><button id=off disabled>Off</button>"
     "<a id=link href='#more'>more</a><input id=box type=checkbox><input id=field value='C:\\Old'>"
     "<select id=lang><option value=en languageCode=en-US>English<option value=de languageCode=de-DE>Deutsch"
@@ -228,10 +228,14 @@ TEST_F(EventTest, DropdownPicksLikeTheLanguageSelect) {
   Hl().HTMLayoutWindowDetachEventHandler(hwnd(), OnSelection, &picked);
 }
 
-TEST_F(EventTest, HoverFollowsThePointerAndRepaints) {
+TEST_F(EventTest, HoverAndActiveFollowThePointerAndRepaint) {
   HELEMENT ok = Find("#ok");
   SendMessageW(hwnd(), WM_MOUSEMOVE, 0, CentreOf(ok));
   EXPECT_TRUE(StateOf(ok) & STATE_HOVER);
+  EXPECT_EQ(Printed(hwnd()).At(2, 2) & 0xFFFFFF, 0xFF0000u);
+  SendMessageW(hwnd(), WM_LBUTTONDOWN, MK_LBUTTON, CentreOf(ok));
+  EXPECT_EQ(Printed(hwnd()).At(2, 2) & 0xFFFFFF, 0x00FF00u) << ":active while the button is down";
+  SendMessageW(hwnd(), WM_LBUTTONUP, 0, CentreOf(ok));
   EXPECT_EQ(Printed(hwnd()).At(2, 2) & 0xFFFFFF, 0xFF0000u);
   SendMessageW(hwnd(), WM_MOUSEMOVE, 0, MAKELPARAM(390, 190));
   EXPECT_FALSE(StateOf(ok) & STATE_HOVER);
