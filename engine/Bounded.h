@@ -6,7 +6,11 @@
 
 #include <cstddef>
 
+// Before it ends the process it writes one line, to standard error and to the
+// log, naming the running command, its index and, where given, the overlong text
+// (length characters, of which capacity would have fitted, terminator included).
 [[noreturn]] void FailFastOverrun();
+[[noreturn]] void FailFastOverrun(const wchar_t* text, size_t length, size_t capacity);
 
 // Copies source with its terminator into target of capacity characters.
 void BoundedCopy(wchar_t* target, size_t capacity, const wchar_t* source);

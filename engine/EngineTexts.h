@@ -13,6 +13,12 @@ constexpr const wchar_t* kBusy = L"%i: %s Error: Multiple threads attempting exe
 constexpr const wchar_t* kNextBeforeExecute = L"[InstallCommand] Warning: GetNextIndex called before Execute\n";
 constexpr const wchar_t* kBaseBusy = L"[InstallCommand] Error: Multiple threads attempting execution\n";
 
+// The last line before a fatal overrun of a bounded copy ends the process.
+constexpr const wchar_t* kOverrunInCommand = L"%i: %s Fatal: a text of %u characters overruns a buffer of %u: '%s'\n";
+constexpr const wchar_t* kOverrunOutside = L"Fatal: a text of %u characters overruns a buffer of %u: '%s'\n";
+constexpr const wchar_t* kOverrunUnknownText = L"%i: %s Fatal: a text overruns its fixed buffer\n";
+constexpr const wchar_t* kOverrunUnknownOutside = L"Fatal: a text overruns its fixed buffer\n";
+
 // Why a name from outside is not a bare file name (engine/FileNames.h).
 constexpr const wchar_t* kNameEmpty = L"it is empty";
 constexpr const wchar_t* kNameDots = L"it names a folder ('.' or '..')";

@@ -7,7 +7,19 @@
 #include "engine/Log.h"
 #include "engine/LogLibrary.h"
 
-ExecuteFrame::ExecuteFrame(CInstallCommand& command, const FrameStyle& style) : command_(command), style_(style) {
+namespace {
+
+thread_local const ExecuteFrame* t_current = nullptr;
+
+}  // namespace
+
+const ExecuteFrame* ExecuteFrame::Current() { return t_current; }
+
+int32_t ExecuteFrame::Index() const { return command_.index; }
+
+ExecuteFrame::ExecuteFrame(CInstallCommand& command, const FrameStyle& style)
+    : command_(command), style_(style), outer_(t_current) {
+  t_current = this;
   const unsigned flags = style_.flags;
   const bool beginFirst = (flags & kFrameSkipWhenBusy) != 0;
   if (beginFirst && !(flags & kFrameNoBeginLine)) Line(kLogLevelInfo, enginetext::kBegin, command_.index, style_.tag);
@@ -18,6 +30,7 @@ ExecuteFrame::ExecuteFrame(CInstallCommand& command, const FrameStyle& style) : 
 }
 
 ExecuteFrame::~ExecuteFrame() {
+  t_current = outer_;
   if (entered_ && !finished_ && !(style_.flags & kFrameNoGuard)) LeaveCriticalSection(&command_.lock);
 }
 

@@ -68,6 +68,12 @@ class ExecuteFrame {
   // Writes a line the way this frame writes its own (mirrored or not).
   void Line(int32_t level, const wchar_t* format, ...);
 
+  // The innermost frame of the calling thread, null outside every Execute: a
+  // fatal overrun names the command it ends.
+  static const ExecuteFrame* Current();
+  int32_t Index() const;
+  const wchar_t* Tag() const { return style_.tag; }
+
  private:
   void EndLine();
 
@@ -75,4 +81,5 @@ class ExecuteFrame {
   const FrameStyle& style_;
   bool entered_ = false;
   bool finished_ = false;
+  const ExecuteFrame* outer_;  // the thread's frame before this one
 };

@@ -50,6 +50,9 @@ constexpr const wchar_t* kCopyDirRoughDestination = L"Rough destination dir: %s\
 constexpr const wchar_t* kCopyDirSourceKept = L"No variables to expand in source dir. Using original\n";
 constexpr const wchar_t* kCopyDirDestinationKept = L"No variables to expand in destination dir. Using original";
 constexpr const wchar_t* kCopyDirPreparing = L"Preparing to copy directory %s to %s\n";
+constexpr const wchar_t* kCopyDirIntoItself =
+    L"CopyDir refused: destination dir %s lies inside source dir %s, and would be copied into itself until the "
+    L"path limit; nothing is copied\n";
 constexpr const wchar_t* kCopyDirFinished = L"Finished copying directory\n";
 
 // CopyFile
