@@ -6,6 +6,8 @@ build=${BUILD_DIR:-$root/build}
 "$root/tools/build.sh"
 echo "== log throughput"
 "$root/tools/wine-run.sh" "$build/wineprefix" "$build/bench/log/Installer.exe"
+echo "== script loading and walking at scale"
+"$root/tools/wine-run.sh" "$build/wineprefix" "$build/bench/scale/Installer.exe"
 echo "== usage reporting"
 "$root/tools/wine-run.sh" "$build/wineprefix" "$build/bench/usagereporting/usagereporting_bench.exe"
 echo "== htmlayout (needs a display: Xvfb when DISPLAY is unset)"

@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <string>
 
+#include "engine/EngineTexts.h"
 #include "engine/Format.h"
 #include "engine/ScopedHandle.h"
 #include "host/VariableStore.h"
@@ -20,11 +21,28 @@ wchar_t* CPlainDecrypter::Decrypt(const wchar_t* text) {
   return result;
 }
 
-CTraceLogger::CTraceLogger() { InitializeCriticalSection(&lock_); }
+CTraceLogger::CTraceLogger(bool print) : print_(print) { InitializeCriticalSection(&lock_); }
 
 CTraceLogger::~CTraceLogger() { DeleteCriticalSection(&lock_); }
 
+std::map<int32_t, uint32_t> CTraceLogger::ChainCommands() {
+  EnterCriticalSection(&lock_);
+  std::map<int32_t, uint32_t> counts = chainCommands_;
+  LeaveCriticalSection(&lock_);
+  return counts;
+}
+
 void CTraceLogger::Log(const wchar_t* format, va_list args) {
+  if (format != nullptr && wcscmp(format, enginetext::kChainExecuting) == 0) {
+    va_list copy;
+    va_copy(copy, args);
+    int32_t threadId = va_arg(copy, int32_t);
+    va_end(copy);
+    EnterCriticalSection(&lock_);
+    ++chainCommands_[threadId];
+    LeaveCriticalSection(&lock_);
+  }
+  if (!print_) return;
   ScopedText line(FormatWideV(format, args));
   if (!line) return;
   int bytes = WideCharToMultiByte(CP_UTF8, 0, line.Get(), -1, nullptr, 0, nullptr, nullptr);

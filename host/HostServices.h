@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <deque>
+#include <map>
 #include <string>
 
 #include "engine/interfaces/HostInterfaces.h"
@@ -29,20 +30,27 @@ class CPlainDecrypter : public IDecrypter {
   std::deque<std::wstring> results_;
 };
 
-// Writes every log line to standard error as UTF-8, one whole line at a time, so
-// a script author can watch a run.
+// The engine's own logger, in the store for the whole run. It counts the
+// commands each forked chain runs (from the chain's own line, which names the
+// thread), for the result file, and with print writes every line to standard
+// error as UTF-8, one whole line at a time, so a script author can watch a run.
 class CTraceLogger : public ILoggerApi {
  public:
-  CTraceLogger();
+  explicit CTraceLogger(bool print);
   ~CTraceLogger();
   void Log(const wchar_t* format, va_list args) override;
   void StartThreadLog(const wchar_t* description, bool isMain) override;
   void SetLogKey(const char* key) override;
 
+  // Commands run so far, by the chain's threadId.
+  std::map<int32_t, uint32_t> ChainCommands();
+
   SELFFREE_DESTRUCTOR(CTraceLogger)
 
  private:
   CRITICAL_SECTION lock_;
+  bool print_;
+  std::map<int32_t, uint32_t> chainCommands_;
 };
 
 // Forwards every line to the trace and to the logger a script published, so

@@ -1,6 +1,10 @@
 #include "host/Options.h"
 
+#include <cerrno>
+#include <cstdint>
 #include <cwctype>
+
+#include "host/HostTexts.h"
 
 const wchar_t kUsage[] =
     L"Usage: Installer.exe [options] [<script.xml>] [script switches]\n"
@@ -24,6 +28,10 @@ const wchar_t kUsage[] =
     L"                        (waiting for the online language file)\n"
     L"  /select-language=<code>  after the run, select a language as the user's pick would\n"
     L"  /texts                after the run, print the texts of SelfFree_ResourceManager\n"
+    L"  /check                load the script (or the one the plug-in carries), run nothing,\n"
+    L"                        and list its problems as file:line:column: error|warning: ...;\n"
+    L"                        exit code 0 clean, 1 warnings only, 2 errors\n"
+    L"  /result=<file.json>   at the end of the run, write what it did as JSON (atomically)\n"
     L"  /? or /help           show this text\n"
     L"\n"
     L"Other switches (/silent, /update, /path=..., /lang=..., ...) are left to the\n"
@@ -32,7 +40,8 @@ const wchar_t kUsage[] =
     L"Exit code: int_ReturnCode as the script leaves it. Otherwise 87 for a bad\n"
     L"command line, 2 for a missing script, 126 for a plug-in that cannot be loaded,\n"
     L"13 for a script that cannot be loaded, the status of a command that stopped the\n"
-    L"run, and 1223 for a run cancelled with Ctrl+C.\n";
+    L"run, 1168 for a walk sent to an index that names no command, and 1223 for a run\n"
+    L"cancelled with Ctrl+C.\n";
 
 namespace {
 
@@ -40,6 +49,24 @@ bool StartsWithNoCase(const std::wstring& text, const wchar_t* prefix) {
   size_t i = 0;
   for (; prefix[i] != L'\0'; ++i) {
     if (i >= text.size() || towlower(text[i]) != towlower(prefix[i])) return false;
+  }
+  return true;
+}
+
+// An int_ preset: a whole number in decimal, 0x hex or leading-zero octal that
+// fits in 32 bits, signed or not. Anything else would be read as 0, or cut to
+// its low 32 bits, without a word.
+bool IntValueOk(const std::wstring& value, std::wstring* why) {
+  wchar_t* end = nullptr;
+  errno = 0;
+  long long number = wcstoll(value.c_str(), &end, 0);
+  if (value.empty() || end == value.c_str() || *end != L'\0') {
+    *why = hosttext::kPresetNoNumber;
+    return false;
+  }
+  if (errno == ERANGE || number < INT32_MIN || number > static_cast<long long>(UINT32_MAX)) {
+    *why = hosttext::kPresetTooBig;
+    return false;
   }
   return true;
 }
@@ -78,6 +105,14 @@ bool ParseOptions(const std::vector<std::wstring>& arguments, HostOptions* optio
       }
     } else if (StartsWithNoCase(argument, L"/verify-downloads") && argument.size() == 17) {
       options->verifyDownloads = true;
+    } else if (StartsWithNoCase(argument, L"/check") && argument.size() == 6) {
+      options->check = true;
+    } else if (StartsWithNoCase(argument, L"/result=")) {
+      options->resultPath = argument.substr(8);
+      if (options->resultPath.empty()) {
+        *error = L"/result= needs a path";
+        return false;
+      }
     } else if (StartsWithNoCase(argument, L"/texts") && argument.size() == 6) {
       options->printTexts = true;
     } else if (StartsWithNoCase(argument, L"/set:")) {
@@ -91,7 +126,12 @@ bool ParseOptions(const std::vector<std::wstring>& arguments, HostOptions* optio
         *error = L"/set:" + name + L": only int_ and String_ variables can be preset";
         return false;
       }
-      options->presets.emplace_back(name, argument.substr(equals + 1));
+      std::wstring value = argument.substr(equals + 1);
+      if (name.compare(0, 4, L"int_") == 0 && !IntValueOk(value, error)) {
+        *error = L"/set:" + name + L"=" + value + L": " + *error;
+        return false;
+      }
+      options->presets.emplace_back(name, value);
     } else if (!argument.empty() && argument[0] != L'/' && options->script.empty()) {
       options->script = argument;
     }

@@ -21,11 +21,14 @@ struct HostOptions {
   bool printTexts = false;
   std::wstring langDll;  // resource module published as HMODULE_LangDll
   bool verifyDownloads = false;  // a download without a checksum at its source fails
+  bool check = false;            // /check: load the script, report its problems, run nothing
+  std::wstring resultPath;       // /result=<file.json>: written at the end of the run
 };
 
 // Parses the arguments after the program's name. Switches the engine does not know
 // (/silent, /path=..., /lang=...) are left for the script's commands, which read the
-// whole command line from String_CommandLine. False with error on a bad argument.
+// whole command line from String_CommandLine. False with error on a bad argument;
+// what came before it is filled in all the same (the result file's path above all).
 bool ParseOptions(const std::vector<std::wstring>& arguments, HostOptions* options, std::wstring* error);
 
 extern const wchar_t kUsage[];

@@ -4,8 +4,10 @@
 
 #include <string>
 
-#include "engine/XmlDom.h"
 #include "engine/InstallCommand.h"
+#include "engine/XmlDom.h"
+#include "host/AttributeRecorder.h"
+#include "host/HostTexts.h"
 
 namespace {
 
@@ -22,24 +24,45 @@ std::wstring AttributeText(IXMLDOMElement* element, const wchar_t* name, bool* p
   return text;
 }
 
+// Every attribute as written, in document order.
+std::vector<std::pair<std::wstring, std::wstring>> AllAttributes(IXMLDOMElement* element) {
+  std::vector<std::pair<std::wstring, std::wstring>> all;
+  ScopedCom<IXMLDOMNamedNodeMap> attributes;
+  long count = 0;
+  if (element->get_attributes(attributes.Receive()) != S_OK || attributes.Get()->get_length(&count) != S_OK) {
+    return all;
+  }
+  for (long i = 0; i < count; ++i) {
+    ScopedCom<IXMLDOMNode> node;
+    if (attributes.Get()->get_item(i, node.Receive()) != S_OK) continue;
+    ScopedBstr name;
+    ScopedBstr text;
+    node.Get()->get_nodeName(name.Receive());
+    node.Get()->get_text(text.Receive());
+    all.emplace_back(BstrText(name), BstrText(text));
+  }
+  return all;
+}
+
 typedef std::vector<ScopedCom<IXMLDOMElement>> ElementList;
 
-// The element children of node, in document order.
+// The element children of node, in document order. MSXML under Wine finds the
+// i-th entry of a child list by counting from the first child, so indexing the
+// list costs the square of its length; following the siblings stays linear.
 bool ElementChildren(IXMLDOMNode* node, ElementList* elements) {
-  ScopedCom<IXMLDOMNodeList> children;
-  if (node->get_childNodes(children.Receive()) != S_OK) return false;
-  long count = 0;
-  children.Get()->get_length(&count);
-  for (long i = 0; i < count; ++i) {
-    ScopedCom<IXMLDOMNode> child;
-    if (children.Get()->get_item(i, child.Receive()) != S_OK) continue;
-    DOMNodeType type;
+  ScopedCom<IXMLDOMNode> child;
+  if (FAILED(node->get_firstChild(child.Receive()))) return false;
+  while (child) {
+    DOMNodeType type = NODE_INVALID;
     child.Get()->get_nodeType(&type);
-    if (type != NODE_ELEMENT) continue;
     ScopedCom<IXMLDOMElement> element;
-    if (child.Get()->QueryInterface(IID_IXMLDOMElement, reinterpret_cast<void**>(element.Receive())) == S_OK) {
+    if (type == NODE_ELEMENT &&
+        child.Get()->QueryInterface(IID_IXMLDOMElement, reinterpret_cast<void**>(element.Receive())) == S_OK) {
       elements->push_back(std::move(element));
     }
+    ScopedCom<IXMLDOMNode> following;
+    if (child.Get()->get_nextSibling(following.Receive()) != S_OK) break;
+    child = std::move(following);
   }
   return true;
 }
@@ -50,49 +73,117 @@ std::wstring NodeName(IXMLDOMNode* node) {
   return BstrText(name);
 }
 
-bool ReadVariables(IXMLDOMElement* section, const std::wstring& path, LoadedScript* script, std::wstring* error) {
+// The positions of the scan, matched to the document's elements by order: both
+// list the same elements in the same order.
+class Positions {
+ public:
+  explicit Positions(const XmlScan& scan) : scan_(scan) {}
+  // The scan's children of the parent found at parentScan (-1: the document).
+  std::vector<int> Children(int parentScan) const {
+    return scan_.wellFormed ? scan_.Children(parentScan) : std::vector<int>();
+  }
+  TextPosition At(const std::vector<int>& children, size_t i) const {
+    return i < children.size() ? scan_.elements[children[i]].at : TextPosition();
+  }
+
+ private:
+  const XmlScan& scan_;
+};
+
+// Says what is wrong: in a run the first problem ends the load with a message; in
+// a check each one is a finding and the load goes on.
+class Problems {
+ public:
+  Problems(const std::wstring& path, std::wstring* error, LoadCheck* check)
+      : path_(path), error_(error), check_(check) {}
+
+  // False when the load must stop.
+  bool Error(const TextPosition& at, const std::wstring& element, size_t position, const std::wstring& text) {
+    if (check_ != nullptr) {
+      Finding finding;
+      finding.at = at;
+      finding.element = element;
+      finding.text = text;
+      check_->findings.push_back(finding);
+      return true;
+    }
+    std::wstring where = L"script '" + path_ + L"'";
+    if (at.line > 0) where += L", " + PositionText(at);
+    if (!element.empty()) {
+      where += L", element <" + element + L">";
+      if (position > 0) where += L" (command #" + std::to_wstring(position) + L")";
+    }
+    *error_ = where + L": " + text;
+    failed_ = true;
+    return false;
+  }
+  bool Failed() const { return failed_; }
+  bool Checking() const { return check_ != nullptr; }
+
+ private:
+  const std::wstring& path_;
+  std::wstring* error_;
+  LoadCheck* check_;
+  bool failed_ = false;
+};
+
+bool ReadVariables(IXMLDOMElement* section, const Positions& positions, int sectionScan, LoadedScript* script,
+                   Problems* problems) {
   ElementList elements;
   ElementChildren(section, &elements);
-  bool ok = true;
-  for (size_t i = 0; i < elements.size() && ok; ++i) {
+  std::vector<int> scanned = positions.Children(sectionScan);
+  for (size_t i = 0; i < elements.size(); ++i) {
     bool hasName = false;
     bool hasValue = false;
     std::wstring name = AttributeText(elements[i].Get(), L"name", &hasName);
     std::wstring value = AttributeText(elements[i].Get(), L"value", &hasValue);
-    if (NodeName(elements[i].Get()) != L"variable" || !hasName || !hasValue) {
-      *error = L"script '" + path + L"': variable #" + std::to_wstring(i + 1) +
-               L" must be <variable name=\"...\" value=\"...\"/>";
-      ok = false;
+    std::wstring element = NodeName(elements[i].Get());
+    bool ok = true;
+    if (element != L"variable" || !hasName || !hasValue) {
+      ok = problems->Error(positions.At(scanned, i), element, 0,
+                           L"variable #" + std::to_wstring(i + 1) + hosttext::kVariableShape);
     } else if (name.compare(0, 4, L"int_") != 0 && name.compare(0, 7, L"String_") != 0) {
-      *error = L"script '" + path + L"': variable '" + name + L"' must be an int_ or a String_ variable";
-      ok = false;
+      ok = problems->Error(positions.At(scanned, i), element, 0, L"variable '" + name + hosttext::kVariablePrefix);
     } else {
       script->variables.emplace_back(name, value);
     }
+    if (!ok) return false;
   }
-  return ok;
+  return true;
 }
 
-// Creates and loads one command. Returns null and fills error when it can't.
-CInstallCommand* MakeCommand(IXMLDOMElement* element, size_t position, HMODULE plugin, const std::wstring& where,
-                             std::wstring* error) {
+// Why a Load failed, told from the last attribute it asked for: absent, that
+// attribute is missing; present, its value was refused.
+std::wstring LoadFailure(int32_t status, IXMLDOMElement* element, const std::vector<std::wstring>& asked) {
+  std::wstring text = hosttext::kLoadFailed + std::to_wstring(status);
+  if (asked.empty()) return text;
+  bool present = false;
+  std::wstring value = AttributeText(element, asked.back().c_str(), &present);
+  if (present) return text + hosttext::kLoadRefused + asked.back() + L"=\"" + value + L"\"";
+  return text + hosttext::kLoadMissing + asked.back() + L"' is missing";
+}
+
+// Creates and loads one command; null when it can't, after saying why.
+CInstallCommand* MakeCommand(IXMLDOMElement* element, size_t position, HMODULE plugin, const TextPosition& at,
+                             ElementRecord* record, Problems* problems) {
   std::wstring name = NodeName(element);
   std::string exportName = "GetC";
   for (wchar_t c : name) exportName.push_back(static_cast<char>(c < 128 ? c : '?'));
   exportName += "Command";
   auto factory = reinterpret_cast<CommandFactory>(reinterpret_cast<void*>(GetProcAddress(plugin, exportName.c_str())));
   if (factory == nullptr) {
-    *error = where + L": unknown command (the plug-in has no export " + std::wstring(exportName.begin(), exportName.end()) +
-             L")";
+    problems->Error(at, name, position,
+                    hosttext::kUnknownCommand + std::wstring(exportName.begin(), exportName.end()) + L")");
     return nullptr;
   }
   ScopedSelfFree<CInstallCommand> command(factory());
   if (!command) {
-    *error = where + L": the factory returned no command (out of memory)";
+    problems->Error(at, name, position, hosttext::kNoObject);
     return nullptr;
   }
   ScopedCom<IXMLDOMNamedNodeMap> attributes;
   element->get_attributes(attributes.Receive());
+  if (attributes) attributes.Reset(AttributeRecorder::Create(attributes.Get(), &record->asked));
   int32_t status = 0;
   try {
     // Load releases the reference it is given.
@@ -101,8 +192,7 @@ CInstallCommand* MakeCommand(IXMLDOMElement* element, size_t position, HMODULE p
     status = failure.hr;
   }
   if (status != 0) {
-    *error = where + L": Load failed with status " + std::to_wstring(status) +
-             (status == 1 ? L" (a required attribute is missing)" : L"");
+    problems->Error(at, name, position, LoadFailure(status, element, record->asked));
     return nullptr;
   }
   // Some commands never read index and next themselves; give the engine's raw
@@ -110,10 +200,151 @@ CInstallCommand* MakeCommand(IXMLDOMElement* element, size_t position, HMODULE p
   if (command.Get()->GetIndex() == -1) {
     ScopedCom<IXMLDOMNamedNodeMap> raw;
     element->get_attributes(raw.Receive());
+    if (raw) raw.Reset(AttributeRecorder::Create(raw.Get(), &record->asked));
     command.Get()->LoadIndexes(raw.Get());
   }
   if (command.Get()->GetIndex() == -1) command.Get()->SetIndex(static_cast<int32_t>(position));
   return command.Release();
+}
+
+// True when index lies past every key of the map, so it is certainly new.
+bool AscendsPast(const CommandMap& commands, int32_t index) {
+  return commands.empty() || commands.rbegin()->first < index;
+}
+
+bool ReadCommands(IXMLDOMElement* section, const Positions& positions, int sectionScan, HMODULE plugin,
+                  LoadedScript* script, Problems* problems) {
+  ElementList elements;
+  ElementChildren(section, &elements);
+  std::vector<int> scanned = positions.Children(sectionScan);
+  if (elements.empty()) return problems->Error(script->entryAt, L"commands", 0, hosttext::kNoCommand);
+  if (problems->Checking()) script->records.resize(elements.size());
+  CommandMap& commands = *script->commands;
+  for (size_t i = 0; i < elements.size(); ++i) {
+    ElementRecord scratch;
+    ElementRecord* record = problems->Checking() ? &script->records[i] : &scratch;
+    record->element = NodeName(elements[i].Get());
+    record->at = positions.At(scanned, i);
+    if (problems->Checking()) record->attributes = AllAttributes(elements[i].Get());
+    ScopedSelfFree<CInstallCommand> command(
+        MakeCommand(elements[i].Get(), i + 1, plugin, record->at, record, problems));
+    if (!command) {
+      if (problems->Failed()) return false;
+      continue;
+    }
+    int32_t index = command.Get()->GetIndex();
+    if (index == 0) {
+      if (!problems->Error(record->at, record->element, i + 1, hosttext::kIndexZero)) return false;
+      continue;
+    }
+    if (!AscendsPast(commands, index) && commands.count(index) != 0) {
+      const CommandSource& first = script->sources[index];
+      std::wstring text = L"index " + std::to_wstring(index) + hosttext::kIndexTaken + first.element + L">";
+      if (first.at.line > 0) text += L" (" + PositionText(first.at) + L")";
+      if (!problems->Error(record->at, record->element, i + 1, text)) return false;
+      continue;
+    }
+    record->loaded = true;
+    record->index = index;
+    record->next = command.Get()->next;
+    if (commands.empty()) script->entry = index;
+    // Scripts list their commands in ascending order as a rule: those entries go
+    // in at the end without a search.
+    commands.emplace_hint(commands.end(), index, command.Release());
+    script->sources.emplace_hint(script->sources.end(), index, CommandSource{record->element, record->at});
+  }
+  bool hasEntry = false;
+  std::wstring entry = AttributeText(section, L"entry", &hasEntry);
+  if (hasEntry) {
+    script->entry = static_cast<int32_t>(wcstol(entry.c_str(), nullptr, 0));
+    if (commands.count(script->entry) == 0) {
+      return problems->Error(script->entryAt, L"commands", 0, L"the entry index " + entry + hosttext::kNamesNoCommand);
+    }
+  }
+  return true;
+}
+
+bool ReadScript(IXMLDOMDocument* document, const XmlScan& scan, HMODULE plugin, LoadedScript* script,
+                Problems* problems) {
+  Positions positions(scan);
+  std::vector<int> top = positions.Children(-1);
+  int rootScan = top.empty() ? -1 : top[0];
+  ScopedCom<IXMLDOMElement> root;
+  if (document->get_documentElement(root.Receive()) != S_OK || NodeName(root.Get()) != L"install") {
+    problems->Error(positions.At(top, 0), L"", 0, hosttext::kRootNotInstall);
+    return false;
+  }
+  ElementList sections;
+  ElementChildren(root.Get(), &sections);
+  std::vector<int> scannedSections = rootScan < 0 ? std::vector<int>() : positions.Children(rootScan);
+  IXMLDOMElement* commandsSection = nullptr;  // one of sections
+  int commandsScan = -2;                      // no scanned element has that parent
+  for (size_t i = 0; i < sections.size(); ++i) {
+    std::wstring name = NodeName(sections[i].Get());
+    int sectionScan = i < scannedSections.size() ? scannedSections[i] : -2;
+    if (name == L"variables") {
+      if (!ReadVariables(sections[i].Get(), positions, sectionScan, script, problems)) return false;
+    } else if (name == L"commands" && commandsSection == nullptr) {
+      commandsSection = sections[i].Get();
+      commandsScan = sectionScan;
+      script->entryAt = positions.At(scannedSections, i);
+    }
+  }
+  if (commandsSection == nullptr) {
+    problems->Error(positions.At(top, 0), L"install", 0, hosttext::kNoCommandsSection);
+    return false;
+  }
+  script->commands = new CommandMap();
+  if (ReadCommands(commandsSection, positions, commandsScan, plugin, script, problems)) return true;
+  FreeCommands(script->commands);
+  script->commands = nullptr;
+  script->sources.clear();
+  return false;
+}
+
+// Why MSXML refused a document, in the words of the scan when it finds the
+// fault, since MSXML under Wine says only "error".
+std::wstring NotXml(IXMLDOMDocument* document, const XmlScan& scan) {
+  if (!scan.wellFormed) return hosttext::kNotXml + scan.fault;
+  if (scan.deepest >= 0 && scan.elements[scan.deepest].depth > hosttext::kDeepNesting) {
+    const ScannedElement& deepest = scan.elements[scan.deepest];
+    return hosttext::kTooDeep + std::to_wstring(deepest.depth) + L" deep at <" + deepest.name + L"> (" +
+           PositionText(deepest.at) + L")";
+  }
+  ParseError parsed = ReadParseError(document);
+  std::wstring reason = BstrText(parsed.reason);
+  while (!reason.empty() && (reason.back() == L'\n' || reason.back() == L'\r')) reason.pop_back();
+  return hosttext::kMsxmlRefused + (reason.empty() ? std::wstring(L"no reason given") : reason);
+}
+
+// Loads the document from a file (text null) or from text, and the scan of its
+// text for positions.
+bool OpenDocument(const std::wstring& path, const std::wstring& scanned, const std::wstring* text,
+                  ScopedCom<IXMLDOMDocument>* document, XmlScan* scan, Problems* problems) {
+  *scan = ScanXml(scanned);
+  document->Reset(CreateDocument30());
+  if (!*document) {
+    problems->Error(TextPosition(), L"", 0, hosttext::kNoMsxml);
+    return false;
+  }
+  document->Get()->put_async(VARIANT_FALSE);
+  bool loaded = false;
+  if (text != nullptr) {
+    ScopedBstr xml = MakeBstr(text->c_str());
+    VARIANT_BOOL done = VARIANT_FALSE;
+    loaded = document->Get()->loadXML(xml.Get(), &done) == S_OK && done == VARIANT_TRUE;
+  } else {
+    try {
+      loaded = LoadDocument(document->Get(), path.c_str());
+    } catch (const ComError&) {
+      loaded = false;
+    }
+  }
+  if (!loaded) {
+    problems->Error(scan->wellFormed ? TextPosition() : scan->faultAt, L"", 0, NotXml(document->Get(), *scan));
+    return false;
+  }
+  return true;
 }
 
 }  // namespace
@@ -126,62 +357,24 @@ void FreeCommands(CommandMap* commands) {
   delete commands;
 }
 
-namespace {
-
-// Loads the document from a file (text null) or from text, and says why not.
-bool LoadDocument(const std::wstring& path, const std::wstring* text, ScopedCom<IXMLDOMDocument>* document,
-                  std::wstring* error) {
-  HRESULT hr = CoCreateInstance(kClsidDomDocument30, nullptr, CLSCTX_INPROC_SERVER, kIidXmlDomDocument,
-                                reinterpret_cast<void**>(document->Receive()));
-  if (FAILED(hr)) {
-    wchar_t code[16];
-    swprintf_s(code, 16, L"0x%08lX", static_cast<unsigned long>(hr));
-    *error = L"cannot create the MSXML 3.0 document (error " + std::wstring(code) + L")";
+bool LoadScript(const std::wstring& path, HMODULE plugin, LoadedScript* script, std::wstring* error,
+                LoadCheck* check) {
+  Problems problems(path, error, check);
+  std::wstring text;
+  std::wstring whatItIs;
+  if (!ReadScriptFile(path, &text, &whatItIs)) {
+    problems.Error(TextPosition(), L"", 0, hosttext::kNotAScript + whatItIs);
     return false;
   }
-  document->Get()->put_async(VARIANT_FALSE);
-  VARIANT_BOOL loaded = VARIANT_FALSE;
-  if (text != nullptr) {
-    ScopedBstr xml = MakeBstr(text->c_str());
-    hr = document->Get()->loadXML(xml.Get(), &loaded);
-  } else {
-    // A path that cannot be made a system string is loaded as null, which fails.
-    ScopedBstr file(SysAllocString(path.c_str()));
-    // The variant only lends the string to the call.
-    VARIANT source;
-    VariantInit(&source);
-    source.vt = VT_BSTR;
-    source.bstrVal = file.Get();
-    hr = document->Get()->load(source, &loaded);
-  }
-  if (hr == S_OK && loaded == VARIANT_TRUE) return true;
-  std::wstring reason;
-  ScopedCom<IXMLDOMParseError> parseError;
-  if (document->Get()->get_parseError(parseError.Receive()) == S_OK && parseError.Get() != nullptr) {
-    ScopedBstr why;
-    long line = 0;
-    parseError.Get()->get_reason(why.Receive());
-    parseError.Get()->get_line(&line);
-    reason = BstrText(why);
-    while (!reason.empty() && (reason.back() == L'\n' || reason.back() == L'\r')) reason.pop_back();
-    if (line > 0) reason += L" at line " + std::to_wstring(line);
-  }
-  *error = L"script '" + path + L"' cannot be read as XML" + (reason.empty() ? L"" : L": " + reason);
-  return false;
-}
-
-bool ReadScript(const std::wstring& path, IXMLDOMDocument* document, HMODULE plugin, LoadedScript* script,
-                std::wstring* error);
-
-}  // namespace
-
-bool LoadScript(const std::wstring& path, HMODULE plugin, LoadedScript* script, std::wstring* error) {
   ScopedCom<IXMLDOMDocument> document;
-  return LoadDocument(path, nullptr, &document, error) && ReadScript(path, document.Get(), plugin, script, error);
+  XmlScan scan;
+  return OpenDocument(path, text, nullptr, &document, &scan, &problems) &&
+         ReadScript(document.Get(), scan, plugin, script, &problems);
 }
 
 bool LoadScriptText(const std::wstring& text, const std::wstring& name, HMODULE plugin, LoadedScript* script,
-                    std::wstring* error) {
+                    std::wstring* error, LoadCheck* check) {
+  Problems problems(name, error, check);
   // loadXML takes wide text; an encoding declaration would contradict it.
   std::wstring body = text;
   if (body.compare(0, 5, L"<?xml") == 0) {
@@ -189,82 +382,7 @@ bool LoadScriptText(const std::wstring& text, const std::wstring& name, HMODULE 
     if (end != std::wstring::npos) body.erase(0, end + 2);
   }
   ScopedCom<IXMLDOMDocument> document;
-  return LoadDocument(name, &body, &document, error) && ReadScript(name, document.Get(), plugin, script, error);
+  XmlScan scan;
+  return OpenDocument(name, text, &body, &document, &scan, &problems) &&
+         ReadScript(document.Get(), scan, plugin, script, &problems);
 }
-
-namespace {
-
-bool ReadScript(const std::wstring& path, IXMLDOMDocument* document, HMODULE plugin, LoadedScript* script,
-                std::wstring* error) {
-  ScopedCom<IXMLDOMElement> root;
-  if (document->get_documentElement(root.Receive()) != S_OK || NodeName(root.Get()) != L"install") {
-    *error = L"script '" + path + L"': the root element must be <install>";
-    return false;
-  }
-  ElementList sections;
-  ElementChildren(root.Get(), &sections);
-  IXMLDOMElement* commandsSection = nullptr;  // one of sections
-  bool ok = true;
-  for (const ScopedCom<IXMLDOMElement>& section : sections) {
-    std::wstring name = NodeName(section.Get());
-    if (name == L"variables") {
-      ok = ok && ReadVariables(section.Get(), path, script, error);
-    } else if (name == L"commands" && commandsSection == nullptr) {
-      commandsSection = section.Get();
-    }
-  }
-  if (ok && commandsSection == nullptr) {
-    *error = L"script '" + path + L"': <install> has no <commands> element";
-    ok = false;
-  }
-
-  CommandMap* commands = new CommandMap();
-  ElementList elements;
-  if (ok) ElementChildren(commandsSection, &elements);
-  if (ok && elements.empty()) {
-    *error = L"script '" + path + L"': <commands> holds no command";
-    ok = false;
-  }
-  for (size_t i = 0; ok && i < elements.size(); ++i) {
-    std::wstring where = L"script '" + path + L"', element <" + NodeName(elements[i].Get()) + L"> (command #" +
-                         std::to_wstring(i + 1) + L")";
-    ScopedSelfFree<CInstallCommand> command(MakeCommand(elements[i].Get(), i + 1, plugin, where, error));
-    if (!command) {
-      ok = false;
-      break;
-    }
-    int32_t index = command.Get()->GetIndex();
-    if (index == 0) {
-      *error = where + L": index 0 is the end marker and cannot name a command";
-      ok = false;
-    } else if (commands->count(index) != 0) {
-      *error = where + L": index " + std::to_wstring(index) + L" is used by <" + script->elementNames[index] +
-               L"> already";
-      ok = false;
-    }
-    if (!ok) break;
-    (*commands)[index] = command.Release();
-    script->elementNames[index] = NodeName(elements[i].Get());
-    if (i == 0) script->entry = index;
-  }
-  if (ok) {
-    bool hasEntry = false;
-    std::wstring entry = AttributeText(commandsSection, L"entry", &hasEntry);
-    if (hasEntry) {
-      script->entry = static_cast<int32_t>(wcstol(entry.c_str(), nullptr, 0));
-      if (commands->count(script->entry) == 0) {
-        *error = L"script '" + path + L"': the entry index " + entry + L" names no command";
-        ok = false;
-      }
-    }
-  }
-  if (!ok) {
-    FreeCommands(commands);
-    script->elementNames.clear();
-    return false;
-  }
-  script->commands = commands;
-  return true;
-}
-
-}  // namespace

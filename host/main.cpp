@@ -17,11 +17,15 @@
 #include "engine/RuntimeLibrary.h"
 #include "engine/ScopedHandle.h"
 #include "engine/SelfFree.h"
+#include "engine/StoreNames.h"
 #include "host/Downloader.h"
 #include "host/HostServices.h"
+#include "host/HostTexts.h"
 #include "host/LanguageReport.h"
 #include "host/MultiStrings.h"
 #include "host/Options.h"
+#include "host/ResultFile.h"
+#include "host/ScriptCheck.h"
 #include "host/ScriptLoader.h"
 #include "host/Shutdown.h"
 #include "host/VariableStore.h"
@@ -29,17 +33,9 @@
 
 namespace {
 
-enum ExitCode : int {
-  kExitFileNotFound = 2,       // ERROR_FILE_NOT_FOUND
-  kExitBadScript = 13,         // ERROR_INVALID_DATA
-  kExitBadCommandLine = 87,    // ERROR_INVALID_PARAMETER
-  kExitNoPlugin = 126,         // ERROR_MOD_NOT_FOUND
-  kExitCancelled = 1223,       // ERROR_CANCELLED
-};
-
-// The run's cancel event for the console handler; owned by the run, and the handler
+// The run's cancel signal for the console handler; owned by the run, and the handler
 // is gone before the event is.
-HANDLE g_cancelEvent = nullptr;
+CancelSignal* g_cancel = nullptr;
 const WORD kEmbeddedScriptId = 20003;
 
 void PrintUtf8(FILE* stream, const std::wstring& text) {
@@ -50,7 +46,21 @@ void PrintUtf8(FILE* stream, const std::wstring& text) {
   fflush(stream);
 }
 
-void Fail(const std::wstring& message) { PrintUtf8(stderr, L"Installer: " + message + L"\n"); }
+// The run's account for /result=; filled as the run goes.
+RunRecord g_record;
+
+// Says what failed; the first such message of a run also goes to the result file.
+void Fail(const std::wstring& message) {
+  PrintUtf8(stderr, L"Installer: " + message + L"\n");
+  if (g_record.message.empty()) g_record.message = message;
+}
+
+// Ends the run with one of the engine's own failures.
+int EndWith(int code, const wchar_t* meaning) {
+  g_record.exitCode = code;
+  g_record.meaning = meaning;
+  return code;
+}
 
 // A path given on the command line, made absolute against the current folder,
 // where the user who typed it meant it.
@@ -92,7 +102,8 @@ void PrintCollectedErrors() {
   std::wstring text(size, L'\0');
   if (errors->GetErrors(&text[0], &size) != 0) return;
   text.resize(wcslen(text.c_str()));
-  Fail(L"errors reported during the run:\n" + text);
+  g_record.errors = text;
+  PrintUtf8(stderr, L"Installer: errors reported during the run:\n" + text + L"\n");
 }
 
 // The script the plug-in carries: resource type "XML", id 20003, UTF-8.
@@ -111,7 +122,7 @@ bool EmbeddedScript(HMODULE plugin, std::wstring* text) {
 
 BOOL WINAPI OnConsoleControl(DWORD type) {
   if (type != CTRL_C_EVENT && type != CTRL_BREAK_EVENT) return FALSE;
-  SetEvent(g_cancelEvent);
+  g_cancel->Raise();
   CancelForkedChains();
   return TRUE;
 }
@@ -119,7 +130,7 @@ BOOL WINAPI OnConsoleControl(DWORD type) {
 int Run(const HostOptions& options) {
   if (!options.script.empty() && GetFileAttributesW(options.script.c_str()) == INVALID_FILE_ATTRIBUTES) {
     Fail(L"script '" + options.script + L"' not found");
-    return kExitFileNotFound;
+    return EndWith(hostexit::kFileNotFound, hosttext::kMeaningFileNotFound);
   }
   // The plug-in comes from the engine's own folder unless the command line names
   // one, and is never searched for by name.
@@ -130,19 +141,19 @@ int Run(const HostOptions& options) {
   CSelfFree* decrypter = new CPlainDecrypter();
   CSelfFree* lists = new CMultiStringApi();
   CSelfFree* downloader = new CDownloaderApi(options.verifyDownloads);
-  CTraceLogger* trace = options.trace ? new CTraceLogger() : nullptr;
+  // The engine's logger is there from the start: it counts what the chains run,
+  // and with /trace prints every line. A logger the script publishes later is
+  // wrapped, so that both go on.
+  CTraceLogger* trace = new CTraceLogger(options.trace);
   store.Put("SelfFree_Decrypter", reinterpret_cast<StoreValue>(decrypter));
   store.Put("SelfFree_MultiStringApi", reinterpret_cast<StoreValue>(lists));
   store.Put("SelfFree_DownloaderApi", reinterpret_cast<StoreValue>(downloader));
-  if (trace != nullptr) {
-    store.Put("SelfFree_LoggerApi", reinterpret_cast<StoreValue>(trace));
-    // A logger the script publishes later is wrapped so the trace goes on.
-    store.SetPutFilter("SelfFree_LoggerApi", [trace](StoreValue value) {
-      if (value == 0 || value == reinterpret_cast<StoreValue>(trace)) return value;
-      return reinterpret_cast<StoreValue>(new CTeeLogger(static_cast<ILoggerApi*>(trace),
-                                                         reinterpret_cast<ILoggerApi*>(value)));
-    });
-  }
+  store.Put("SelfFree_LoggerApi", reinterpret_cast<StoreValue>(trace));
+  store.SetPutFilter("SelfFree_LoggerApi", [trace](StoreValue value) {
+    if (value == 0 || value == reinterpret_cast<StoreValue>(trace)) return value;
+    return reinterpret_cast<StoreValue>(new CTeeLogger(static_cast<ILoggerApi*>(trace),
+                                                       reinterpret_cast<ILoggerApi*>(value)));
+  });
   PutString("String_CommandLine", GetCommandLineW());
   PutString("String_ApplicationPath", OwnModuleFolder());
   // The shell folders scripts put links in, each with a trailing backslash.
@@ -162,8 +173,7 @@ int Run(const HostOptions& options) {
       return reinterpret_cast<StoreValue>(new CAutoAnswerMessageBox(answer));
     });
   }
-  std::set<CSelfFree*> owned = {decrypter, lists, downloader};
-  if (trace != nullptr) owned.insert(trace);
+  std::set<CSelfFree*> owned = {decrypter, lists, downloader, trace};
 
   // Freed when Run returns: every way out releases the store, and with it what the
   // plug-in made, first.
@@ -171,7 +181,7 @@ int Run(const HostOptions& options) {
   if (!plugin) {
     Fail(L"cannot load the plug-in library '" + pluginPath + L"' (error " + std::to_wstring(GetLastError()) + L")");
     ReleaseStore(owned);
-    return kExitNoPlugin;
+    return EndWith(hostexit::kNoPlugin, hosttext::kMeaningNoPlugin);
   }
 
   // Resource modules: the plug-in's own, the engine's (Installer.exe), and a
@@ -193,22 +203,36 @@ int Run(const HostOptions& options) {
   LoadedScript script;
   std::wstring error;
   bool loaded = false;
+  LoadCheck check;
+  LoadCheck* checking = options.check ? &check : nullptr;
+  std::wstring scriptName = options.script.empty() ? std::wstring(L"<embedded script>") : options.script;
   if (!options.script.empty()) {
-    loaded = LoadScript(options.script, plugin.Get(), &script, &error);
+    loaded = LoadScript(options.script, plugin.Get(), &script, &error, checking);
   } else {
     std::wstring embedded;
     if (!EmbeddedScript(plugin.Get(), &embedded)) {
       Fail(L"no script given, and the plug-in library '" + pluginPath + L"' carries none");
       PrintUtf8(stderr, kUsage);
       ReleaseStore(owned);
-      return kExitBadCommandLine;
+      return EndWith(hostexit::kBadCommandLine, hosttext::kMeaningBadCommandLine);
     }
-    loaded = LoadScriptText(embedded, L"<embedded script>", plugin.Get(), &script, &error);
+    loaded = LoadScriptText(embedded, scriptName, plugin.Get(), &script, &error, checking);
+  }
+  if (options.check) {
+    // Presets of the command line are set before the walk as the script's are.
+    if (loaded) {
+      script.variables.insert(script.variables.end(), options.presets.begin(), options.presets.end());
+      CheckScript(script, &check);
+    }
+    PrintUtf8(stdout, FindingsText(scriptName, check.findings));
+    FreeCommands(script.commands);
+    ReleaseStore(owned);
+    return CheckExitCode(check.findings);
   }
   if (!loaded) {
     Fail(error);
     ReleaseStore(owned);
-    return kExitBadScript;
+    return EndWith(hostexit::kBadScript, hosttext::kMeaningBadScript);
   }
   for (auto& variable : script.variables) PutPreset(variable.first, variable.second);
   for (auto& preset : options.presets) PutPreset(preset.first, preset.second);
@@ -216,26 +240,58 @@ int Run(const HostOptions& options) {
 
   CRITICAL_SECTION storeLock;
   InitializeCriticalSection(&storeLock);
-  ScopedKernelHandle cancelEvent(CreateEventW(nullptr, TRUE, FALSE, nullptr));
-  g_cancelEvent = cancelEvent.Get();
+  CancelSignal cancel;
+  g_cancel = &cancel;
   SetConsoleCtrlHandler(OnConsoleControl, TRUE);
 
-  WalkOutcome outcome = WalkCommands(*script.commands, script.entry, g_cancelEvent, &storeLock);
+  std::set<std::wstring> logsBefore = MergedLogs();
+  uint32_t renamesBefore = PendingRenameCount();
+  WalkOutcome outcome = WalkCommands(*script.commands, script.entry, cancel, &storeLock);
   WaitForForkedChains();
   SetConsoleCtrlHandler(OnConsoleControl, FALSE);
+  // A Ctrl+C that ended a wait in the last command leaves no command for the walk
+  // to stop before, and is a cancel all the same.
+  if (cancel.Raised()) outcome.cancelled = true;
 
-  int exitCode = static_cast<int32_t>(store.Get("int_ReturnCode"));
-  if (outcome.status != 0) {
-    Fail(L"command " + std::to_wstring(outcome.failedIndex) + L" <" + script.elementNames[outcome.failedIndex] +
-         L"> stopped the run with status " + std::to_wstring(outcome.status));
-    if (exitCode == 0) exitCode = outcome.status;
+  g_record.walked = true;
+  g_record.returnCode = static_cast<int64_t>(store.Get(storename::kReturnCode));
+  g_record.mainCommands = outcome.commandsRun;
+  g_record.chainCommands = trace->ChainCommands();
+  int exitCode = static_cast<int32_t>(g_record.returnCode);
+  g_record.meaning = exitCode == 0 ? hosttext::kMeaningSuccess : hosttext::kMeaningReturnCode;
+  int32_t stopped = outcome.status != 0 ? outcome.failedIndex : outcome.missingFrom;
+  if (stopped != 0) {
+    const CommandSource& source = script.sources[stopped];
+    g_record.stoppedIndex = stopped;
+    g_record.stoppedElement = source.element;
+    g_record.stoppedLine = source.at.line;
+    g_record.stoppedStatus = outcome.status;
   }
-  if (outcome.missingIndex != 0) {
-    Fail(L"the walk was sent to index " + std::to_wstring(outcome.missingIndex) + L", which names no command");
+  std::wstring at = stopped != 0 && script.sources[stopped].at.line > 0
+                        ? L" (" + PositionText(script.sources[stopped].at) + L")"
+                        : std::wstring();
+  if (outcome.status != 0) {
+    Fail(L"command " + std::to_wstring(stopped) + L" <" + g_record.stoppedElement + L"> stopped the run with status " +
+         std::to_wstring(outcome.status) + at);
+    if (exitCode == 0) {
+      exitCode = outcome.status;
+      g_record.meaning = hosttext::kMeaningCommandStatus;
+    }
+  } else if (outcome.missingIndex != 0) {
+    Fail((stopped != 0 ? L"command " + std::to_wstring(stopped) + L" <" + g_record.stoppedElement + L">" + at +
+                             L" sends the walk to index "
+                       : std::wstring(L"the walk starts at index ")) +
+         std::to_wstring(outcome.missingIndex) + L", which names no command");
+    if (exitCode == 0) {
+      exitCode = hostexit::kNoSuchCommand;
+      g_record.meaning = hosttext::kMeaningNoSuchCommand;
+    }
   }
   if (outcome.cancelled) {
     Fail(L"the run was cancelled");
-    if (exitCode == 0) exitCode = kExitCancelled;
+    exitCode = hostexit::kCancelled;
+    g_record.cancelled = true;
+    g_record.meaning = hosttext::kMeaningCancelled;
   }
 
   std::wstring report = LanguageReport(options);
@@ -245,8 +301,14 @@ int Run(const HostOptions& options) {
   ReleaseStore(owned);
   store.SetPutFilter("SelfFree_LoggerApi", nullptr);
   store.SetPutFilter("MessageBox", nullptr);
-  g_cancelEvent = nullptr;
+  g_cancel = nullptr;
   DeleteCriticalSection(&storeLock);
+  uint32_t renamesAfter = PendingRenameCount();
+  g_record.pendingRenamesAdded = renamesAfter > renamesBefore ? renamesAfter - renamesBefore : 0;
+  for (const std::wstring& log : MergedLogs()) {
+    if (logsBefore.count(log) == 0) g_record.logPath = log;
+  }
+  g_record.exitCode = exitCode;
   return exitCode;
 }
 
@@ -257,20 +319,26 @@ int wmain(int argc, wchar_t** argv) {
   // terminals as often as in a console.
   _setmode(_fileno(stdout), _O_BINARY);
   _setmode(_fileno(stderr), _O_BINARY);
+  g_record.startTick = GetTickCount64();
   std::vector<std::wstring> arguments(argv + 1, argv + argc);
   HostOptions options;
   std::wstring error;
+  int exitCode = 0;
   if (!ParseOptions(arguments, &options, &error)) {
     Fail(error);
     PrintUtf8(stderr, kUsage);
-    return kExitBadCommandLine;
-  }
-  if (options.help) {
+    exitCode = EndWith(hostexit::kBadCommandLine, hosttext::kMeaningBadCommandLine);
+  } else if (options.help) {
     PrintUtf8(stdout, kUsage);
     return 0;
+  } else {
+    HRESULT com = CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
+    exitCode = Run(options);
+    if (SUCCEEDED(com)) CoUninitialize();
   }
-  HRESULT com = CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
-  int exitCode = Run(options);
-  if (SUCCEEDED(com)) CoUninitialize();
+  uint32_t written = 0;
+  if (!options.resultPath.empty() && !options.check && !WriteResultFile(FullPath(options.resultPath), g_record, &written)) {
+    Fail(L"cannot write the result file '" + options.resultPath + L"' (error " + std::to_wstring(written) + L")");
+  }
   return exitCode;
 }
