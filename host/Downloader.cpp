@@ -24,9 +24,7 @@ bool IsLoopback(const std::wstring& host) {
 }
 
 std::wstring PercentEncode(const std::wstring& name) {
-  int bytes = WideCharToMultiByte(CP_UTF8, 0, name.c_str(), -1, nullptr, 0, nullptr, nullptr);
-  std::string utf8(bytes > 0 ? bytes - 1 : 0, '\0');
-  if (bytes > 1) WideCharToMultiByte(CP_UTF8, 0, name.c_str(), -1, &utf8[0], bytes, nullptr, nullptr);
+  std::string utf8 = Utf8(name);
   std::wstring encoded;
   for (unsigned char c : utf8) {
     if (isalnum(c) || c == '-' || c == '.' || c == '_' || c == '~') {

@@ -45,9 +45,7 @@ void CTraceLogger::Log(const wchar_t* format, va_list args) {
   if (!print_) return;
   ScopedText line(FormatWideV(format, args));
   if (!line) return;
-  int bytes = WideCharToMultiByte(CP_UTF8, 0, line.Get(), -1, nullptr, 0, nullptr, nullptr);
-  std::string text(bytes > 0 ? bytes - 1 : 0, '\0');
-  if (bytes > 1) WideCharToMultiByte(CP_UTF8, 0, line.Get(), -1, &text[0], bytes, nullptr, nullptr);
+  std::string text = Utf8(line.Get());
   if (text.empty() || text.back() != '\n') text.push_back('\n');
   EnterCriticalSection(&lock_);
   fwrite(text.data(), 1, text.size(), stderr);
@@ -78,9 +76,7 @@ uint32_t CAutoAnswerMessageBox::ShowMessage(const wchar_t* text, const wchar_t* 
   std::wstring line = L"Installer: message box '" + std::wstring(title != nullptr ? title : L"") + L"': " +
                       (text != nullptr ? text : L"") + L" (buttons " + std::to_wstring(buttons) + L", icon " +
                       std::to_wstring(icon) + L", answered " + std::to_wstring(answer_) + L")\n";
-  int bytes = WideCharToMultiByte(CP_UTF8, 0, line.c_str(), -1, nullptr, 0, nullptr, nullptr);
-  std::string narrow(bytes > 0 ? bytes - 1 : 0, '\0');
-  if (bytes > 1) WideCharToMultiByte(CP_UTF8, 0, line.c_str(), -1, &narrow[0], bytes, nullptr, nullptr);
+  std::string narrow = Utf8(line);
   fwrite(narrow.data(), 1, narrow.size(), stderr);
   fflush(stderr);
   HostLog(L"%s", line.c_str() + 11);
@@ -88,6 +84,20 @@ uint32_t CAutoAnswerMessageBox::ShowMessage(const wchar_t* text, const wchar_t* 
 }
 
 void CAutoAnswerMessageBox::SetDefaultParent(uintptr_t) {}
+
+std::string Utf8(const std::wstring& text) {
+  int bytes = WideCharToMultiByte(CP_UTF8, 0, text.c_str(), -1, nullptr, 0, nullptr, nullptr);
+  std::string narrow(bytes > 0 ? bytes - 1 : 0, '\0');
+  if (bytes > 1) WideCharToMultiByte(CP_UTF8, 0, text.c_str(), -1, &narrow[0], bytes, nullptr, nullptr);
+  return narrow;
+}
+
+std::wstring FromUtf8(const char* bytes, size_t size) {
+  int count = MultiByteToWideChar(CP_UTF8, 0, bytes, static_cast<int>(size), nullptr, 0);
+  std::wstring text(count > 0 ? count : 0, L'\0');
+  if (count > 0) MultiByteToWideChar(CP_UTF8, 0, bytes, static_cast<int>(size), &text[0], count);
+  return text;
+}
 
 void HostLog(const wchar_t* format, ...) {
   ILoggerApi* logger = reinterpret_cast<ILoggerApi*>(VariableStore::Instance().Get("SelfFree_LoggerApi"));

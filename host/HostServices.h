@@ -85,6 +85,10 @@ class CAutoAnswerMessageBox : public IMessageBoxProvider {
   uint32_t answer_;
 };
 
+// UTF-8 and back: what the engine prints and writes, and the script it carries.
+std::string Utf8(const std::wstring& text);
+std::wstring FromUtf8(const char* bytes, size_t size);
+
 // The engine's own lines (its walk) go to the logger in the store, like the
 // plug-in's.
 void HostLog(const wchar_t* format, ...);

@@ -6,15 +6,9 @@
 #include <string>
 
 #include "engine/ScopedHandle.h"
+#include "host/HostServices.h"
 
 namespace {
-
-std::string Utf8(const std::wstring& text) {
-  int bytes = WideCharToMultiByte(CP_UTF8, 0, text.c_str(), -1, nullptr, 0, nullptr, nullptr);
-  std::string narrow(bytes > 0 ? bytes - 1 : 0, '\0');
-  if (bytes > 1) WideCharToMultiByte(CP_UTF8, 0, text.c_str(), -1, &narrow[0], bytes, nullptr, nullptr);
-  return narrow;
-}
 
 std::string Quoted(const std::wstring& text) {
   std::string out = "\"";

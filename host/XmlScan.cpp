@@ -5,6 +5,7 @@
 #include <cwctype>
 
 #include "engine/ScopedHandle.h"
+#include "host/HostServices.h"
 #include "host/HostTexts.h"
 
 namespace {
@@ -305,11 +306,7 @@ bool ReadScriptFile(const std::wstring& path, std::wstring* text, std::wstring* 
     return false;
   }
   size_t skip = byte(0) == 0xEF && byte(1) == 0xBB && byte(2) == 0xBF ? 3 : 0;
-  int count = MultiByteToWideChar(CP_UTF8, 0, bytes.data() + skip, static_cast<int>(bytes.size() - skip), nullptr, 0);
-  text->assign(count, L'\0');
-  if (count > 0) {
-    MultiByteToWideChar(CP_UTF8, 0, bytes.data() + skip, static_cast<int>(bytes.size() - skip), &(*text)[0], count);
-  }
+  *text = FromUtf8(bytes.data() + skip, bytes.size() - skip);
   return true;
 }
 

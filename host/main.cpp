@@ -39,9 +39,7 @@ CancelSignal* g_cancel = nullptr;
 const WORD kEmbeddedScriptId = 20003;
 
 void PrintUtf8(FILE* stream, const std::wstring& text) {
-  int bytes = WideCharToMultiByte(CP_UTF8, 0, text.c_str(), -1, nullptr, 0, nullptr, nullptr);
-  std::string narrow(bytes > 0 ? bytes - 1 : 0, '\0');
-  if (bytes > 1) WideCharToMultiByte(CP_UTF8, 0, text.c_str(), -1, &narrow[0], bytes, nullptr, nullptr);
+  std::string narrow = Utf8(text);
   fwrite(narrow.data(), 1, narrow.size(), stream);
   fflush(stream);
 }
@@ -114,9 +112,7 @@ bool EmbeddedScript(HMODULE plugin, std::wstring* text) {
   DWORD size = SizeofResource(plugin, resource);
   const char* bytes = static_cast<const char*>(LockResource(loaded));
   if (bytes == nullptr || size == 0) return false;
-  int count = MultiByteToWideChar(CP_UTF8, 0, bytes, static_cast<int>(size), nullptr, 0);
-  text->assign(count, L'\0');
-  MultiByteToWideChar(CP_UTF8, 0, bytes, static_cast<int>(size), &(*text)[0], count);
+  *text = FromUtf8(bytes, size);
   return true;
 }
 

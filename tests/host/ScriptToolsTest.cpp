@@ -10,6 +10,13 @@ struct Expectation {
   std::vector<std::string> words;
 };
 
+// A run of the engine: its arguments, its exit code and the words its output must hold.
+struct RunCase {
+  std::wstring arguments;
+  DWORD code;
+  std::vector<std::string> words;
+};
+
 std::string Commands(const std::string& body) { return "<install><commands>\n" + body + "</commands></install>\n"; }
 
 std::wstring SourceFile(const wchar_t* relative) {
@@ -77,11 +84,7 @@ TEST_F(HostRunTest, BadInputsEndWithTheirCodeAndSayWhatAndWhere) {
   for (char c : Commands("<CreateEvent eventVar=\"A\" next=\"0\"/>")) utf16 += std::string(1, c) + '\0';
   std::wstring source = folder_ + L"tree\\";
   WriteAll(source + L"file.txt", "x");
-  struct Case {
-    std::wstring arguments;
-    DWORD code;
-    std::vector<std::string> words;
-  } cases[] = {
+  const RunCase cases[] = {
       {Script(Commands("<CreateEvent eventVar=\"A\"/>\n<SetEvent eventVar=\"A\" next=\"9\"/>\n")), 1168,
        {"command 2 <SetEvent> (line 3, column 1) sends the walk to index 9, which names no command"}},
       {L"/set:int_X=ten " + Script(Commands("<CreateEvent eventVar=\"A\"/>")), 87, {"/set:int_X=ten: the value is no number"}},
@@ -99,7 +102,7 @@ TEST_F(HostRunTest, BadInputsEndWithTheirCodeAndSayWhatAndWhere) {
                                    "copy\\\"/>")),
        0, {"CopyDir refused: destination dir", "nothing is copied"}},
   };
-  for (const Case& c : cases) {
+  for (const RunCase& c : cases) {
     ProcessResult run = RunInstaller(c.arguments);
     EXPECT_EQ(run.exitCode, c.code) << Narrow(c.arguments) << "\n" << run.err;
     for (const std::string& words : c.words) EXPECT_TRUE(Has(run.err, words)) << words << "\n" << run.err;
@@ -111,11 +114,7 @@ TEST_F(HostRunTest, ResultFileTellsWhatTheRunDid) {
   std::wstring result = folder_ + L"result.json";
   std::wstring queued = folder_ + L"queued\\";
   WriteAll(queued + L"file.txt", "x");
-  struct Case {
-    std::wstring arguments;
-    DWORD code;
-    std::vector<std::string> fields;
-  } cases[] = {
+  const RunCase cases[] = {
       {Script(Commands("<Logger isMainThread=\"1\"/>\n<CreateEvent eventVar=\"A\" manualReset=\"1\"/>\n"
                        "<Fork threadId=\"1\" threadStart=\"10\"/>\n<Join threadId=\"1\" next=\"0\"/>\n"
                        "<SetEvent index=\"10\" eventVar=\"A\"/>\n<SetEvent index=\"11\" eventVar=\"A\" next=\"0\"/>\n")),
@@ -134,13 +133,13 @@ TEST_F(HostRunTest, ResultFileTellsWhatTheRunDid) {
       {Script(Commands("<Rmdir path=\"" + Narrow(queued) + "\" recursive=\"1\" onlyOnReboot=\"1\" next=\"0\"/>")), 0,
        {"\"restartNeeded\": true,", "\"pendingRenamesAdded\": 2,"}},
   };
-  for (const Case& c : cases) {
+  for (const RunCase& c : cases) {
     DeleteFileW(result.c_str());
     ProcessResult run = RunInstaller(L"\"/result=" + result + L"\" " + c.arguments);
     ForgetPendingRenames(queued);
     EXPECT_EQ(run.exitCode, c.code) << run.err;
     std::string json = ReadAll(result);
-    for (const std::string& field : c.fields) EXPECT_TRUE(Has(json, field)) << field << "\n" << json;
+    for (const std::string& field : c.words) EXPECT_TRUE(Has(json, field)) << field << "\n" << json;
     std::string log = json.substr(json.find("\"log\": ") + 7);
     if (log.compare(0, 1, "\"") == 0) DeleteFileW(Widen(log.substr(1, log.find('"', 1) - 1)).c_str());
   }
