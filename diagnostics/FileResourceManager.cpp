@@ -139,6 +139,9 @@ void CFileResourceManager::EnumerateStrings(StringCallback callback, void* conte
 bool CFileResourceManager::GetFileResource(const wchar_t* name, const wchar_t* extension, void* buffer,
                                            uint32_t* size) {
   if (name == nullptr || extension == nullptr) return false;
+  // A resource type by number (23 for an HTML page, as a manager of module
+  // resources takes it) is no file extension: this manager has no such file.
+  if (IS_INTRESOURCE(extension)) return false;
   wchar_t path[kPathCapacity];
   BoundedCopy(path, kPathCapacity, name);
   wchar_t dotted[kExtensionCapacity];

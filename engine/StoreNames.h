@@ -25,6 +25,7 @@ constexpr const char* kErrorApi = "SelfFree_ErrorApi";
 constexpr const char* kResourceManager = "SelfFree_ResourceManager";
 constexpr const char* kMultiLanguageApi = "SelfFree_MultiLanguageApi";
 constexpr const char* kUsageReportingApi = "SelfFree_UsageReportingApi";
+constexpr const char* kHtmlayoutRefresher = "SelfFree_HtmlayoutRefresher";
 
 // Probes and guards
 constexpr const char* kX64 = "int_x64";
@@ -61,6 +62,8 @@ constexpr const char* kInstallFailReason = "String_InstallFailReason";
 constexpr const char* kInstallProgressText = "String_InstallProgressText";
 constexpr const char* kInstallProgressEvent = "HANDLE_InstallProgressEv";
 constexpr const char* kStartInstallEvent = "HANDLE_StartInstallEv";
+constexpr const char* kRefreshEvent = "HANDLE_Refresh";          // soft refresh of the open pages
+constexpr const char* kHardRefreshEvent = "HANDLE_HardRefresh";  // reload of the open pages
 constexpr const char* kUserActionInstall = "int_UserActionInstall";
 constexpr const char* kUserActionRepair = "int_UserActionRepair";
 constexpr const char* kUserActionUpdate = "int_UserActionUpdate";

@@ -8,6 +8,9 @@
 // for them as they are.
 #pragma once
 
+#include <cstddef>
+#include <cstdint>
+
 namespace frontendtext {
 
 // Tags of the frame lines "%i: %s End execute." and the like.
@@ -96,3 +99,29 @@ constexpr const wchar_t* kFailService = L"Could not install service";
 constexpr const wchar_t* kFailShortcuts = L"Could not set shortcuts";
 
 }  // namespace installtext
+
+// The window host and its refresher
+namespace hosttext {
+
+constexpr const wchar_t* kLibraryName = L"htmlayout.dll";
+constexpr const char* kWindowInfoName = "HtmlayoutWindowInfo_WindowId%i";  // also the window's class name
+constexpr const wchar_t* kOurClassPrefix = L"HtmlayoutWindow";                // what drag-window moves
+constexpr const wchar_t* kWindowTitleId = L"WelcomeWindowTitle";
+constexpr const wchar_t* kRefresherLogName = L"HtmlayoutRefresherThreadProc";
+constexpr const wchar_t* kRefreshNotInUse = L"@@@@@@HtmlayoutRefresher: Window not in use.\n";
+constexpr const wchar_t* kRefreshAlreadyPosted = L"@@@@@@HtmlayoutRefresher: Window already has refresh posted.\n";
+constexpr const wchar_t* kRefreshPosting = L"@@@@@@HtmlayoutRefresher: Posting refresh, counter is %i.\n";
+constexpr const wchar_t* kRefreshHard = L"HtmlayoutRefresher: Received HardRefresh\n";
+constexpr const wchar_t* kRefreshStop = L"HtmlayoutRefresher: Received Stop, dying.\n";
+constexpr const wchar_t* kRefreshWaitFailed = L"HtmlayoutRefresher: Wait Failed: received %d; lastError %d.\n";
+constexpr const wchar_t* kRefreshLost = L"Not enough refreshes!!!!!!!!!!!!! (newVal :%d)\n";
+constexpr const wchar_t* kResourcePrefix = L"res:";
+constexpr size_t kResourceNameCapacity = 259;  // 258 characters and the terminator; longer is fatal
+constexpr const wchar_t* kHtmlExtension = L"HTML";
+constexpr uint16_t kHtmlResourceType = 23;     // RT_HTML, for managers that read module resources
+constexpr const char* kDragWindowName = "drag-window";
+constexpr const char* kIdsAttribute = "IDS";
+constexpr size_t kTextCapacity = 4096;
+constexpr size_t kTitleCapacity = 512;
+
+}  // namespace hosttext

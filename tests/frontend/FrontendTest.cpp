@@ -4,6 +4,7 @@
 
 #include "engine/interfaces/ResourceManager.h"
 #include "engine/interfaces/MessageBoxProvider.h"
+#include "tests/support/KeyedTexts.h"
 #include "tests/support/PluginFixture.h"
 
 namespace {
@@ -23,24 +24,6 @@ class RecordingMessageBox : public IMessageBoxProvider {
   Lines shown;
 };
 int RecordingMessageBox::freed = 0;
-
-// Knows texts by key only, like the file resource manager.
-class KeyedTexts : public IResourceManager {
- public:
-  int32_t LoadFolder(const wchar_t*) override { return 0; }
-  void Clear() override {}
-  int32_t GetString(const wchar_t* id, wchar_t* buffer, int32_t size) override {
-    wcscpy_s(buffer, size, texts[id].c_str());
-    return static_cast<int32_t>(texts[id].size());
-  }
-  int32_t GetStringById(uint32_t, wchar_t*, int32_t) override { return 0; }
-  void EnumerateStrings(StringCallback, void*) override {}
-  bool GetFileResource(const wchar_t*, const wchar_t*, void*, uint32_t*) override { return false; }
-  void GetResourceData() override {}
-  bool GetIcon(const wchar_t*, HICON*) override { return false; }
-  SELFFREE_DESTRUCTOR(KeyedTexts)
-  std::map<std::wstring, std::wstring> texts;
-};
 
 std::wstring Environment(const wchar_t* name) {
   wchar_t value[2048] = {};

@@ -138,6 +138,10 @@ std::wstring JoinUrl(const std::wstring& base, const std::wstring& reference) {
   size_t folderEnd = base.find_last_of(L"/\\");
   std::wstring folder = folderEnd == std::wstring::npos ? std::wstring() : base.substr(0, folderEnd + 1);
   if (folder.size() < PathStart(base)) folder = base.substr(0, PathStart(base)) + L"/";
+  // A URL written with backslashes ("file://C:\dir\lang\") takes the
+  // reference after a slash: hosts know a page's own files by the slash before
+  // the name ("/_logo.png"), and Windows reads either separator.
+  if (SchemeLength(base) && !folder.empty() && folder.back() == L'\\') folder.back() = L'/';
   return RemoveDotSegments(folder + reference);
 }
 

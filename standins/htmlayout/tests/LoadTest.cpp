@@ -70,8 +70,8 @@ TEST(Load, AsksTheHostForEachResourceInOrder) {
   LoadPage(window.hwnd(), kPage, L"file://C:\\setup\\lang\\");
   ASSERT_EQ(host.requests.size(), 3u);
   const Request expected[] = {
-      {L"file://C:\\setup\\lang\\main.css", HLN_LOAD_DATA, window.hwnd(), HLRT_DATA_STYLE, "link"},
-      {L"file://C:\\setup\\lang\\img/logo.png", HLN_LOAD_DATA, window.hwnd(), HLRT_DATA_IMAGE, "img"},
+      {L"file://C:\\setup\\lang/main.css", HLN_LOAD_DATA, window.hwnd(), HLRT_DATA_STYLE, "link"},
+      {L"file://C:\\setup\\lang/img/logo.png", HLN_LOAD_DATA, window.hwnd(), HLRT_DATA_IMAGE, "img"},
       {L"file://C:\\setup\\shared/back.png", HLN_LOAD_DATA, window.hwnd(), HLRT_DATA_IMAGE, "img"},
   };
   for (size_t i = 0; i < 3; ++i) {
@@ -82,7 +82,7 @@ TEST(Load, AsksTheHostForEachResourceInOrder) {
     EXPECT_EQ(host.requests[i].principal, expected[i].principal);
   }
   auto resources = Resources(window.hwnd());
-  EXPECT_EQ(resources[expected[0].uri], "style:for file://C:\\setup\\lang\\main.css");
+  EXPECT_EQ(resources[expected[0].uri], "style:for file://C:\\setup\\lang/main.css");
   EXPECT_EQ(resources[expected[2].uri], "image:for file://C:\\setup\\shared/back.png");
   EXPECT_FALSE(Hl().HTMLayoutDataReady(window.hwnd(), L"file://C:\\elsewhere.css", nullptr, 0))
       << "data for nothing the page asked for";
