@@ -101,12 +101,12 @@ std::vector<uint32_t> Render(HWND hwnd, int width, int height) {
 }
 
 // "id:attribute=value" set on the page's element of that id.
-bool SetAttribute(HWND hwnd, const std::wstring& spec) {
-  size_t colon = spec.find(L':'), equals = spec.find(L'=', colon == std::wstring::npos ? 0 : colon);
+bool SetAttribute(HWND hwnd, const std::wstring& setting) {
+  size_t colon = setting.find(L':'), equals = setting.find(L'=', colon == std::wstring::npos ? 0 : colon);
   if (colon == std::wstring::npos || equals == std::wstring::npos) return false;
   std::string selector = "#";
-  for (wchar_t c : spec.substr(0, colon)) selector += static_cast<char>(c);
-  std::wstring name = spec.substr(colon + 1, equals - colon - 1), value = spec.substr(equals + 1);
+  for (wchar_t c : setting.substr(0, colon)) selector += static_cast<char>(c);
+  std::wstring name = setting.substr(colon + 1, equals - colon - 1), value = setting.substr(equals + 1);
   std::string narrow(name.begin(), name.end());
   HELEMENT root = nullptr;
   if (HTMLayoutGetRootElement(hwnd, &root) != HLDOM_OK) return false;
