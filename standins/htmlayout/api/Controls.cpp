@@ -11,10 +11,6 @@
 namespace hl::events {
 namespace {
 
-bool Disabled(const Element* element) {
-  return element && ((element->state & kStateDisabled) != 0 || element->Attribute(L"disabled"));
-}
-
 Element* ChildTagged(const Element* parent, const wchar_t* tag) {
   for (const Node& node : parent->children) {
     if (node.element && node.element->tag == tag) return node.element;
@@ -99,8 +95,8 @@ void BuildInput(Element* input) {
   if (value && input->children.empty()) AppendText(input, *value);
 }
 
-// The kind of control an element is, with its style's behaviour when the
-// element is shown in a window.
+}  // namespace
+
 Control KindOf(Element* element) {
   std::wstring behavior;
   WithElementView(element, [&](ViewAccess& access) {
@@ -109,7 +105,9 @@ Control KindOf(Element* element) {
   return ControlOf(*element, behavior);
 }
 
-}  // namespace
+bool Disabled(const Element& element) {
+  return (element.state & kStateDisabled) != 0 || element.Attribute(L"disabled");
+}
 
 void BuildControls(Document& document) {
   std::vector<Element*> stack{document.root};
@@ -130,7 +128,8 @@ void BuildControls(Document& document) {
 
 bool PickOption(Element* select, Element* option) {
   ElementLock lock(select, option, true);
-  if (Disabled(select) || Disabled(ChildTagged(select, L"popup")) || Disabled(option)) return false;
+  Element* list = ChildTagged(select, L"popup");
+  if (Disabled(*select) || (list && Disabled(*list)) || Disabled(*option)) return false;
   MakeCurrent(select, option);
   return true;
 }

@@ -64,10 +64,6 @@ Pointer& PointerOf(HWND hwnd) {
   return pointer;
 }
 
-bool Disabled(const Element& element) {
-  return (element.state & kStateDisabled) != 0 || element.Attribute(L"disabled");
-}
-
 bool Contains(const Element* ancestor, const Element* element) {
   for (; element; element = element->parent) {
     if (element == ancestor) return true;
@@ -160,7 +156,8 @@ bool Deliver(Route& route, UINT group, void* params, Prepare prepare) {
   return callWindow(BUBBLING);
 }
 
-bool Prepared(Element* target, Route& route) {
+// The route of an event to target: its elements held, their handlers, the window's.
+void Prepare(Element* target, Route& route) {
   HWND hwnd = nullptr;
   {
     ElementLock lock(target);
@@ -174,13 +171,12 @@ bool Prepared(Element* target, Route& route) {
     Collect(target, nullptr, route);
   }
   CollectWindowHandlers(route);
-  return true;
 }
 
 bool SendMouse(Element* target, UINT cmd, POINT document, UINT buttons, UINT keys) {
   if (!target) return false;
   Route route;
-  Prepared(target, route);
+  Prepare(target, route);
   MOUSE_PARAMS params{};
   params.target = HandleOf(target);
   params.pos_document = document;
@@ -196,7 +192,7 @@ bool SendMouse(Element* target, UINT cmd, POINT document, UINT buttons, UINT key
 bool SendKey(Element* target, UINT cmd, UINT code, UINT keys) {
   if (!target) return false;
   Route route;
-  Prepared(target, route);
+  Prepare(target, route);
   KEY_PARAMS params{};
   params.target = HandleOf(target);
   params.key_code = code;
@@ -207,7 +203,7 @@ bool SendKey(Element* target, UINT cmd, UINT code, UINT keys) {
 void SendFocus(Element* target, UINT cmd, Element* other, bool byMouse) {
   if (!target) return;
   Route route;
-  Prepared(target, route);
+  Prepare(target, route);
   FOCUS_PARAMS params{};
   params.target = HandleOf(other);
   params.by_mouse_click = byMouse;
@@ -436,17 +432,6 @@ void MouseLeave(HWND hwnd, Pointer& pointer) {
   InvalidateRect(hwnd, nullptr, FALSE);
 }
 
-Control FocusKind(HWND hwnd, Element* focus) {
-  Control kind = Control::None;
-  if (!focus) return kind;
-  WithElementView(focus, [&](ViewAccess& access) {
-    const css::ComputedStyle* style = access.window.view.Styles().StyleOf(*focus);
-    kind = ControlOf(*focus, style ? style->behavior : std::wstring());
-  });
-  (void)hwnd;
-  return kind;
-}
-
 // The controls that take the focus, in document order, that are shown and enabled.
 void Focusables(HWND hwnd, std::vector<Element*>& out) {
   WithWindowView(hwnd, [&](ViewAccess& access) {
@@ -501,7 +486,7 @@ bool KeyDown(HWND hwnd, Pointer& pointer, UINT vk) {
   bool used = SendKey(target, KEY_DOWN, vk, KeyState());
   if (!used) {
     Element* focus = pointer.focus;
-    Control kind = FocusKind(hwnd, focus);
+    Control kind = focus ? KindOf(focus) : Control::None;
     if (vk == VK_ESCAPE && pointer.openSelect) {
       CloseOpenPopup(hwnd, pointer);
       used = true;
@@ -527,7 +512,7 @@ bool KeyDown(HWND hwnd, Pointer& pointer, UINT vk) {
 bool KeyChar(HWND hwnd, Pointer& pointer, UINT code) {
   Element* target = KeyTarget(hwnd, pointer);
   bool used = SendKey(target, KEY_CHAR, code, KeyState());
-  if (!used && pointer.focus && FocusKind(hwnd, pointer.focus) == Control::Edit && !Disabled(*pointer.focus)) {
+  if (!used && pointer.focus && KindOf(pointer.focus) == Control::Edit && !Disabled(*pointer.focus)) {
     Element* edit = pointer.focus;
     UINT_PTR reason = 0;
     {
@@ -604,7 +589,7 @@ Control ControlOf(const Element& element, const std::wstring& behavior) {
 bool SendBehaviorEvent(Element* control, UINT code, Element* source, UINT_PTR reason) {
   if (!control) return false;
   Route route;
-  Prepared(control, route);
+  Prepare(control, route);
   BEHAVIOR_EVENT_PARAMS params{};
   params.heTarget = HandleOf(control);
   params.he = HandleOf(source);

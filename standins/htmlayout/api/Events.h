@@ -46,5 +46,10 @@ bool SendBehaviorEvent(Element* control, UINT code, Element* source, UINT_PTR re
 enum class Control { None, Button, Link, Check, Select, Option, Edit, Progress, Custom };
 // What an element is, from its tag, type and `behavior` (may be empty).
 Control ControlOf(const Element& element, const std::wstring& behavior);
+// The same with the behaviour of its style, when its document is shown.
+Control KindOf(Element* element);
+// Disabled by the state bit or by a "disabled" attribute, also an empty one.
+// Holds: the element's lock.
+bool Disabled(const Element& element);
 
 }  // namespace hl::events

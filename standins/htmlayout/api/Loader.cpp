@@ -11,7 +11,7 @@
 #include <string>
 
 #include "standins/htmlayout/api/Controls.h"
-#include "standins/htmlayout/api/Url.h"
+#include "standins/htmlayout/dom/Url.h"
 #include "standins/htmlayout/api/Windows.h"
 #include "standins/htmlayout/dom/Parser.h"
 #include "standins/htmlayout/dom/Serializer.h"
@@ -20,26 +20,6 @@
 namespace hl {
 
 namespace {
-
-// Resource files are small; anything past this is not a page's resource.
-constexpr ULONGLONG kMaxResourceBytes = 64ull << 20;
-
-bool ReadFileBytes(const std::wstring& path, std::string& bytes) {
-  if (path.empty()) return false;
-  HANDLE file = CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
-                            nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
-  if (file == INVALID_HANDLE_VALUE) return false;
-  LARGE_INTEGER size{};
-  bool ok = GetFileSizeEx(file, &size) && static_cast<ULONGLONG>(size.QuadPart) <= kMaxResourceBytes;
-  if (ok) {
-    bytes.resize(static_cast<size_t>(size.QuadPart));
-    DWORD read = 0;
-    ok = bytes.empty() || (ReadFile(file, &bytes[0], static_cast<DWORD>(bytes.size()), &read, nullptr) &&
-                           read == bytes.size());
-  }
-  CloseHandle(file);
-  return ok;
-}
 
 // Asks the host for one resource; false when it is to be skipped or cannot be
 // found.
@@ -71,7 +51,7 @@ bool LoadResource(WindowRecord& record, const std::wstring& url, UINT dataType, 
     bytes.assign(static_cast<const char*>(request.outData), request.outDataSize);
     return true;
   }
-  return ReadFileBytes(LocalPath(url), bytes);
+  return ReadLocalFile(url, bytes);
 }
 
 void LoadResources(WindowRecord& record, Document& document) {

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "standins/htmlayout/css/Values.h"
+#include "standins/htmlayout/dom/Url.h"
 
 namespace hl::paint {
 
@@ -36,35 +37,11 @@ HFONT PaintCache::Font(layout::GdiTextMeasurer& measurer, int font, unsigned smo
   return made;
 }
 
-namespace {
-
-void ReadLocal(const std::wstring& url, std::string& bytes) {
-  std::wstring path = url;
-  if (path.compare(0, 8, L"file:///") == 0) {
-    path.erase(0, 8);
-  } else if (path.compare(0, 7, L"file://") == 0) {
-    path.erase(0, 7);
-  }
-  if (path.find(L"://") != std::wstring::npos) return;
-  HANDLE file = CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr);
-  if (file == INVALID_HANDLE_VALUE) return;
-  LARGE_INTEGER size{};
-  if (GetFileSizeEx(file, &size) && size.QuadPart > 0 && size.QuadPart < (16 << 20)) {
-    bytes.resize(static_cast<size_t>(size.QuadPart));
-    DWORD read = 0;
-    if (!ReadFile(file, &bytes[0], static_cast<DWORD>(bytes.size()), &read, nullptr) || read != bytes.size())
-      bytes.clear();
-  }
-  CloseHandle(file);
-}
-
-}  // namespace
-
 const Bitmap* PictureAt(Document& document, Images& images, const std::wstring& url) {
   auto found = document.resources.find(url);
   if (found == document.resources.end()) {
     std::string bytes;
-    ReadLocal(url, bytes);  // kept empty when missing: read once
+    ReadLocalFile(url, bytes);  // kept empty when missing: read once
     found = document.resources.emplace(url, std::move(bytes)).first;
   }
   if (found->second.empty()) return nullptr;

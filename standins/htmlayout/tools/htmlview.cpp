@@ -100,25 +100,29 @@ std::vector<uint32_t> Render(HWND hwnd, int width, int height) {
   return pixels;
 }
 
+// The page's first element of that id, or null.
+HELEMENT ElementById(HWND hwnd, const std::wstring& id) {
+  HELEMENT root = nullptr, found = nullptr;
+  if (HTMLayoutGetRootElement(hwnd, &root) != HLDOM_OK) return nullptr;
+  std::string selector = "#" + std::string(id.begin(), id.end());
+  HTMLayoutSelectElements(
+      root, selector.c_str(),
+      [](HELEMENT he, LPVOID param) -> BOOL {
+        *static_cast<HELEMENT*>(param) = he;
+        return TRUE;  // the first is enough
+      },
+      &found);
+  return found;
+}
+
 // "id:attribute=value" set on the page's element of that id.
 bool SetAttribute(HWND hwnd, const std::wstring& setting) {
   size_t colon = setting.find(L':'), equals = setting.find(L'=', colon == std::wstring::npos ? 0 : colon);
   if (colon == std::wstring::npos || equals == std::wstring::npos) return false;
-  std::string selector = "#";
-  for (wchar_t c : setting.substr(0, colon)) selector += static_cast<char>(c);
   std::wstring name = setting.substr(colon + 1, equals - colon - 1), value = setting.substr(equals + 1);
   std::string narrow(name.begin(), name.end());
-  HELEMENT root = nullptr;
-  if (HTMLayoutGetRootElement(hwnd, &root) != HLDOM_OK) return false;
-  struct Found {
-    HELEMENT element = nullptr;
-  } found;
-  auto take = [](HELEMENT he, LPVOID param) -> BOOL {
-    static_cast<Found*>(param)->element = he;
-    return TRUE;  // the first is enough
-  };
-  HTMLayoutSelectElements(root, selector.c_str(), take, &found);
-  return found.element && HTMLayoutSetAttributeByName(found.element, narrow.c_str(), value.c_str()) == HLDOM_OK;
+  HELEMENT element = ElementById(hwnd, setting.substr(0, colon));
+  return element && HTMLayoutSetAttributeByName(element, narrow.c_str(), value.c_str()) == HLDOM_OK;
 }
 
 const char* EventName(UINT code) {
@@ -156,16 +160,7 @@ BOOL CALLBACK PrintEvent(LPVOID, HELEMENT, UINT group, LPVOID prms) {
 }
 
 bool ClickOn(HWND hwnd, const std::wstring& id) {
-  HELEMENT root = nullptr, found = nullptr;
-  std::string selector = "#" + std::string(id.begin(), id.end());
-  if (HTMLayoutGetRootElement(hwnd, &root) != HLDOM_OK) return false;
-  HTMLayoutSelectElements(
-      root, selector.c_str(),
-      [](HELEMENT he, LPVOID param) -> BOOL {
-        *static_cast<HELEMENT*>(param) = he;
-        return TRUE;
-      },
-      &found);
+  HELEMENT found = ElementById(hwnd, id);
   RECT r{};
   if (!found || HTMLayoutGetElementLocation(found, &r, ROOT_RELATIVE | BORDER_BOX) != HLDOM_OK) return false;
   LPARAM at = MAKELPARAM((r.left + r.right) / 2, (r.top + r.bottom) / 2);

@@ -1,4 +1,4 @@
-#include "standins/htmlayout/api/Url.h"
+#include "standins/htmlayout/dom/Url.h"
 
 #include <windows.h>
 
@@ -178,6 +178,26 @@ bool SameUrl(const std::wstring& a, const std::wstring& b) {
     if (towlower(x) != towlower(y)) return false;
   }
   return true;
+}
+
+bool ReadLocalFile(const std::wstring& url, std::string& bytes) {
+  constexpr ULONGLONG kMaxBytes = 64ull << 20;
+  std::wstring path = LocalPath(url);
+  if (path.empty()) return false;
+  HANDLE file = CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+                            nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
+  if (file == INVALID_HANDLE_VALUE) return false;
+  LARGE_INTEGER size{};
+  bool ok = GetFileSizeEx(file, &size) && static_cast<ULONGLONG>(size.QuadPart) <= kMaxBytes;
+  if (ok) {
+    bytes.resize(static_cast<size_t>(size.QuadPart));
+    DWORD read = 0;
+    ok = bytes.empty() || (ReadFile(file, &bytes[0], static_cast<DWORD>(bytes.size()), &read, nullptr) &&
+                           read == bytes.size());
+  }
+  CloseHandle(file);
+  if (!ok) bytes.clear();
+  return ok;
 }
 
 }  // namespace hl
