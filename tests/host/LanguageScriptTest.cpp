@@ -34,13 +34,13 @@ TEST_F(HostRunTest, LanguageScriptLoadsTextsFetchesTheOnlineListAndSwitchesLangu
   };
   ProcessResult shipped = run(L"/texts");
   EXPECT_EQ(shipped.exitCode, 0u) << shipped.err;
-  EXPECT_TRUE(Has(shipped.out, "texts: 6\n  ")) << shipped.out;
+  EXPECT_TRUE(Has(shipped.out, "texts: 46\n  ")) << shipped.out;
   EXPECT_TRUE(Has(shipped.out, "  InstallFailed=The installation failed.\n")) << shipped.out;
   ProcessResult switched = run(L"/languages /select-language=de-DE /texts");
   EXPECT_EQ(switched.exitCode, 0u) << switched.err;
   EXPECT_TRUE(Has(switched.out, "languages: 2 (current: en-US)\n  en-US \"English\" installed\n"
                                 "  de-DE \"Deutsch\" not installed \"(wird heruntergeladen)\"\n"
-                                "select-language de-DE: done\ncurrent language: de-DE\ntexts: 6\n"))
+                                "select-language de-DE: done\ncurrent language: de-DE\ntexts: 46\n"))
       << switched.out << switched.err;
   EXPECT_TRUE(Has(switched.out, "  InstallFailed=Die Installation ist fehlgeschlagen.\n")) << switched.out;
   EXPECT_TRUE(Has(switched.out, "  IDS_SingleInstanceTitle=Setup l\xC3\xA4uft bereits\n")) << switched.out;
