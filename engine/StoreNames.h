@@ -68,6 +68,7 @@ constexpr const char* kUserActionInstall = "int_UserActionInstall";
 constexpr const char* kUserActionRepair = "int_UserActionRepair";
 constexpr const char* kUserActionUpdate = "int_UserActionUpdate";
 constexpr const char* kUserActionUninstall = "int_UserActionUninstall";
+constexpr const char* kSetupCancelled = "int_SetupCancelled";  // the user closed the dialog before the end
 
 // Languages
 constexpr const char* kDefaultLanguage = "String_DefaultLanguage";

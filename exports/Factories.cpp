@@ -16,6 +16,7 @@
 #include "frontend/ProgressCommands.h"
 #include "frontend/RunAsUserCommand.h"
 #include "frontend/VltInstallCommand.h"
+#include "frontend/WelcomeInterfaceCommand.h"
 #include "probes/GuardCommands.h"
 #include "reporting/UsageReportingCommands.h"
 #include "registry/RegCreateKeyCommand.h"
@@ -53,6 +54,7 @@ COMMAND_FACTORY(CVltInstallCommand)
 COMMAND_FACTORY(CVltMessageBoxCommand)
 COMMAND_FACTORY(CVltSetErrorCommand)
 COMMAND_FACTORY(CVltUpdateProgressCommand)
+COMMAND_FACTORY(CVltWelcomeInterfaceCommand)
 COMMAND_FACTORY(CUnrarCommand)
 COMMAND_FACTORY(CWaitForHandleCommand)
 COMMAND_FACTORY(CRegCreateKeyCommand)

@@ -125,3 +125,97 @@ constexpr size_t kTextCapacity = 4096;
 constexpr size_t kTitleCapacity = 512;
 
 }  // namespace hosttext
+
+// The dialog command. Its warning about a missing language manager carries a
+// tag of its own, "QzEulaInterface": log readers know it so.
+namespace welcometext {
+
+constexpr const wchar_t* kTag = L"VltWelcomeInterface";
+constexpr const wchar_t* kNoLanguageApiTag = L"QzEulaInterface";
+constexpr const wchar_t* kBegin = L"%i: %s Begin execute on windowId=%i.\n";
+constexpr const wchar_t* kCreatingInfo = L"%i: %s Creating window info for windowId=%i.\n";
+constexpr const wchar_t* kFoundInfo = L"%i: %s Found window info for windowId=%i.\n";
+constexpr const wchar_t* kInUse = L"%i: %s Error: windowId=%i already in use.\n";
+constexpr const wchar_t* kCreated = L"%i: %s windowId=%i Created.\n";
+constexpr const wchar_t* kCreating = L"%i: %s Creating windowId=%i.\n";
+constexpr const wchar_t* kNoPage = L"%i: %s Could not load html resource 'WELCOME'.\n";
+constexpr const wchar_t* kNoPageOnReload = L"%i: %s Could not load html resource '%s'.\n";
+constexpr const wchar_t* kProgressRead = L"int_InstallProgressPercent = %i\n";
+// Where no window can be shown at all: the reason, before the page's own line.
+constexpr const wchar_t* kNoLibrary =
+    L"%i: %s Error: Could not load %s (error %d): the dialog cannot be shown.\n";
+constexpr const wchar_t* kNoWindow =
+    L"%i: %s Error: Could not create the window for windowId=%i (error %d): is there a display?\n";
+constexpr const wchar_t* kNoFailReason =
+    L"%i: %s Error: The work failed without a String_InstallFailReason: the failure view cannot be built.\n";
+constexpr const wchar_t* kNoMessageBox =
+    L"%i: %s Error: No MessageBox to tell the user that the language could not be changed.\n";
+
+constexpr const wchar_t* kPageFolder = L"lang\\";
+constexpr const wchar_t* kPageName = L"lang\\welcome";
+constexpr const wchar_t* kPageExtension = L".html";
+constexpr const wchar_t* kUrlScheme = L"file://";
+constexpr const wchar_t* kEulaPath = L"\\lang\\eula.html";
+constexpr const wchar_t* kStartEventName = L"StartInstallEv";
+constexpr size_t kUrlCapacity = 2048;
+constexpr size_t kReloadUrlCapacity = 512;
+constexpr size_t kSuccessTextCapacity = 1024;
+constexpr size_t kFailureTextCapacity = 2048;
+
+// Element ids and attributes of the page
+constexpr const char* kInstallWindow = "install_window";
+constexpr const char* kCurrentStep = "current_step";
+constexpr const wchar_t* kClose = L"btnSysClose";
+constexpr const wchar_t* kMinimize = L"btnSysMinimize";
+constexpr const char* kCloseId = "btnSysClose";
+constexpr const char* kAgree = "AgreeInstall";
+constexpr const char* kEula = "link_eula";
+constexpr const char* kFinish = "FinishInstall";
+constexpr const char* kUninstall = "UninstallButton";
+constexpr const char* kRepair = "RepairButton";
+constexpr const char* kLanguageSelect = "nvui_select";
+constexpr const char* kLanguageCheckbox = "nvui_checkbox";
+constexpr const char* kSendUsage = "vlt_sendAur";
+constexpr const char* kOverlay = "overlay";
+constexpr const char* kInstallPath = "InstallPath";
+constexpr const char* kInstallPathText = "InstallPathpopup";
+constexpr const char* kBrowseFolders = "BrowseFolders";
+constexpr const char* kInstallBar = "downloadProgressBar";
+constexpr const char* kUninstallBar = "UninstallProgressBar";
+constexpr const char* kRepairBar = "RepairProgressBar";
+constexpr const char* kSuccessBubble = "bubble_success";
+constexpr const char* kFailBubble = "bubble_fail";
+constexpr const char* kUninstallStatus = "uninstall_status";  // _sucess, _fail, _title
+constexpr const char* kRepairStatus = "repair_status";
+constexpr const char* kSuccessSuffix = "_sucess";
+constexpr const char* kFailSuffix = "_fail";
+constexpr const char* kTitleSuffix = "_title";
+
+constexpr const wchar_t* kHidden = L"display:none;";
+constexpr const wchar_t* kShownBlock = L"display:block;";
+constexpr const wchar_t* kBubbleHidden = L"width:400px; display:none;";
+constexpr const wchar_t* kBubbleShown = L"width:400px; display:block;";
+constexpr const wchar_t* kStatusShown = L"width:400px; visibility:visible;";
+
+// Texts of the resource manager
+constexpr const wchar_t* kInstallSuccessful = L"InstallSuccessful";
+constexpr const wchar_t* kInstallNotSuccessful = L"InstallNotSuccessful";
+constexpr const wchar_t* kUninstallSuccessful = L"UninstallSuccessful";
+constexpr const wchar_t* kUninstallNotSuccessful = L"UninstallNotSuccessful";
+constexpr const wchar_t* kRepairNotSuccessful = L"RepairNotSuccessful";
+
+// The language select
+constexpr const char* kOptionTag = "option";
+constexpr const char* kOptionId = "langOption";
+constexpr const char* kLanguageCode = "languageCode";
+constexpr const char* kCaptionSelector = "caption";
+constexpr const wchar_t* kReferenceLanguage = L"en-US";
+constexpr const wchar_t* kDownloadSeparator = L" - ";
+constexpr size_t kDownloadTextCapacity = 256;
+constexpr size_t kOptionTextCapacity = 260;
+constexpr size_t kMessageCapacity = 260;
+constexpr UINT kAppendIndex = 0x7FFFFFFF;
+constexpr const wchar_t* kLanguageFailedText = L"IDS_WelcomeLanguageChangeFailedText";
+constexpr const wchar_t* kLanguageFailedTitle = L"IDS_WelcomeLanguageChangeFailedTitle";
+
+}  // namespace welcometext

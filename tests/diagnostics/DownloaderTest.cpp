@@ -1,6 +1,6 @@
 // Fault caught: a language package half downloaded, or a damaged one accepted (the engine's downloader, via slot 2).
 #include "host/Downloader.h"
-#include "tests/diagnostics/LanguageFixture.h"
+#include "tests/support/LanguageFixture.h"
 
 namespace {
 

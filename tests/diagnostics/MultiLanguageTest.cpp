@@ -2,7 +2,7 @@
 #include <algorithm>
 
 #include "host/MultiStrings.h"
-#include "tests/diagnostics/LanguageFixture.h"
+#include "tests/support/LanguageFixture.h"
 
 namespace {
 

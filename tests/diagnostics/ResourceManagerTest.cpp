@@ -1,7 +1,7 @@
 // Fault caught: the installer's windows without their texts or with the wrong icon.
 #include <algorithm>
 
-#include "tests/diagnostics/LanguageFixture.h"
+#include "tests/support/LanguageFixture.h"
 
 namespace {
 

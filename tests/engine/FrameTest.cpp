@@ -46,6 +46,9 @@ const FrameRow kRows[] = {
     // Without the progress events the console stops the walk.
     {L"<VltConsole index='5'/>", nullptr, L"VltConsole", false, Guard::kBusy, L"VltConsole", 1359},
     {L"<VltInstall index='5'/>", nullptr, L"VltInstall", false, Guard::kBusy, L"VltInstall"},
+    // Without htmlayout.dll beside the test the dialog stops the walk.
+    {L"<VltWelcomeInterface index='5'/>", L"5: VltWelcomeInterface Begin execute on windowId=1.\n",
+     L"VltWelcomeInterface", true, Guard::kBusy, L"VltWelcomeInterface", 1359},
     {L"<VltMessageBox index='5'/>", L"5: VltMessageBox Begin execute.\n", L"VltMessageBox", true, Guard::kBusy,
      L"VltMessageBox"},
     {L"<VltSetError index='5' reason='x'/>", nullptr, L"VltSetError", false, Guard::kBusy, L"VltSetError"},

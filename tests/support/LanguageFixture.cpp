@@ -1,4 +1,4 @@
-#include "tests/diagnostics/LanguageFixture.h"
+#include "tests/support/LanguageFixture.h"
 
 #include "host/Downloader.h"
 
