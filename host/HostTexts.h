@@ -103,6 +103,23 @@ constexpr const wchar_t* kCheckBracketUnset = L"] names a variable nothing sets"
 constexpr const wchar_t* kCheckUnreachable = L"no walk reaches this command, from the entry or a Fork's threadStart";
 constexpr const wchar_t* kCheckBusyLoop = L"these commands loop with no WaitForHandle or Join in them: ";
 
+// The autopilot (/autoclick=, /screens=), on standard error after "Installer: autopilot: ".
+constexpr const wchar_t* kPilotPrefix = L"Installer: autopilot: ";
+constexpr const wchar_t* kPilotNoLibrary = L"cannot pilot the dialog: ";
+constexpr const wchar_t* kPilotClicked = L"clicked '";
+constexpr const wchar_t* kPilotTimedOut = L"' did not show, or stayed disabled, within ";
+constexpr const wchar_t* kPilotClosing = L"; clicking btnSysClose to end the run";
+constexpr const wchar_t* kPilotNoClose = L"; no dialog with a close button to click";
+constexpr const wchar_t* kPilotNotClicked = L"the run ended before this was clicked: ";
+constexpr const wchar_t* kPilotStep = L"step ";
+constexpr const wchar_t* kPilotPainted = L" (the window's own painting: the screen showed nothing)";
+constexpr const wchar_t* kPilotNoPicture = L"no picture of step ";
+constexpr const wchar_t* kPilotNoSight = L": the window shows nothing";
+constexpr const wchar_t* kPilotCannotWrite = L": cannot write '";
+constexpr const char* kPilotCloseId = "btnSysClose";
+// The dialog's window class names start so; the window command's record names it.
+constexpr const wchar_t* kDialogClassPrefix = L"HtmlayoutWindow";
+
 // The command line.
 constexpr const wchar_t* kPresetNoNumber = L"the value is no number (decimal, 0x hex or leading-zero octal)";
 constexpr const wchar_t* kPresetTooBig = L"the value does not fit in 32 bits";

@@ -32,6 +32,12 @@ const wchar_t kUsage[] =
     L"                        and list its problems as file:line:column: error|warning: ...;\n"
     L"                        exit code 0 clean, 1 warnings only, 2 errors\n"
     L"  /result=<file.json>   at the end of the run, write what it did as JSON (atomically)\n"
+    L"  /autoclick=<id>[,<id>...]  for runs without a user: clicks the dialog's elements of\n"
+    L"                        these ids in turn, each as soon as it shows and is enabled\n"
+    L"                        (needs htmlayout.dll beside the plug-in)\n"
+    L"  /autoclick-timeout=<seconds>  how long each click waits for its element (default 60);\n"
+    L"                        then the dialog's close button is clicked and the run ends\n"
+    L"  /screens=<folder>     writes a picture of the dialog at each step, step<N>.png\n"
     L"  /? or /help           show this text\n"
     L"\n"
     L"Other switches (/silent, /update, /path=..., /lang=..., ...) are left to the\n"
@@ -69,6 +75,22 @@ bool IntValueOk(const std::wstring& value, std::wstring* why) {
     return false;
   }
   return true;
+}
+
+// "a,b,c" into ids; each a page's element id of letters, digits, '_' and '-'.
+bool SplitIds(const std::wstring& list, std::vector<std::wstring>* ids) {
+  size_t start = 0;
+  for (;;) {
+    size_t comma = list.find(L',', start);
+    std::wstring id = list.substr(start, comma == std::wstring::npos ? std::wstring::npos : comma - start);
+    if (id.empty()) return false;
+    for (wchar_t c : id) {
+      if (!iswalnum(c) && c != L'_' && c != L'-') return false;
+    }
+    ids->push_back(id);
+    if (comma == std::wstring::npos) return true;
+    start = comma + 1;
+  }
 }
 
 }  // namespace
@@ -111,6 +133,26 @@ bool ParseOptions(const std::vector<std::wstring>& arguments, HostOptions* optio
       options->resultPath = argument.substr(8);
       if (options->resultPath.empty()) {
         *error = L"/result= needs a path";
+        return false;
+      }
+    } else if (StartsWithNoCase(argument, L"/autoclick=")) {
+      options->autoClicks.clear();
+      if (!SplitIds(argument.substr(11), &options->autoClicks)) {
+        *error = L"/autoclick= needs element ids separated by commas (letters, digits, _ and -): " + argument;
+        return false;
+      }
+    } else if (StartsWithNoCase(argument, L"/autoclick-timeout=")) {
+      wchar_t* end = nullptr;
+      unsigned long seconds = wcstoul(argument.c_str() + 19, &end, 10);
+      if (end == argument.c_str() + 19 || *end != L'\0' || seconds == 0 || seconds > 86400) {
+        *error = L"/autoclick-timeout= needs a number of seconds from 1 to 86400: " + argument;
+        return false;
+      }
+      options->autoClickSeconds = static_cast<uint32_t>(seconds);
+    } else if (StartsWithNoCase(argument, L"/screens=")) {
+      options->screens = argument.substr(9);
+      if (options->screens.empty()) {
+        *error = L"/screens= needs a folder";
         return false;
       }
     } else if (StartsWithNoCase(argument, L"/texts") && argument.size() == 6) {

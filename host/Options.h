@@ -23,6 +23,11 @@ struct HostOptions {
   bool verifyDownloads = false;  // a download without a checksum at its source fails
   bool check = false;            // /check: load the script, report its problems, run nothing
   std::wstring resultPath;       // /result=<file.json>: written at the end of the run
+  // The autopilot of the dialog: element ids to click in turn, the folder of the
+  // pictures of its steps, and how long each click waits for its element.
+  std::vector<std::wstring> autoClicks;  // /autoclick=<id>[,<id>...]
+  std::wstring screens;                  // /screens=<folder>
+  uint32_t autoClickSeconds = 60;        // /autoclick-timeout=<seconds>
 };
 
 // Parses the arguments after the program's name. Switches the engine does not know

@@ -18,6 +18,7 @@
 #include "engine/ScopedHandle.h"
 #include "engine/SelfFree.h"
 #include "engine/StoreNames.h"
+#include "host/Autopilot.h"
 #include "host/Downloader.h"
 #include "host/HostServices.h"
 #include "host/HostTexts.h"
@@ -240,10 +241,21 @@ int Run(const HostOptions& options) {
   g_cancel = &cancel;
   SetConsoleCtrlHandler(OnConsoleControl, TRUE);
 
+  // The autopilot binds htmlayout.dll where the plug-in binds it, beside the
+  // plug-in, and watches for the dialog for as long as the chains run.
+  Autopilot pilot;
+  AutopilotPlan plan{options.autoClicks, options.screens.empty() ? std::wstring() : FullPath(options.screens),
+                     options.autoClickSeconds * 1000};
+  std::wstring why;
+  if (!plan.Empty() && !pilot.Start(plan, pluginPath.substr(0, pluginPath.find_last_of(L'\\') + 1), &why)) {
+    PrintUtf8(stderr, hosttext::kPilotPrefix + why + L"\n");
+  }
+
   std::set<std::wstring> logsBefore = MergedLogs();
   uint32_t renamesBefore = PendingRenameCount();
   WalkOutcome outcome = WalkCommands(*script.commands, script.entry, cancel, &storeLock);
   WaitForForkedChains();
+  pilot.Stop();
   SetConsoleCtrlHandler(OnConsoleControl, FALSE);
   // A Ctrl+C that ended a wait in the last command leaves no command for the walk
   // to stop before, and is a cancel all the same.

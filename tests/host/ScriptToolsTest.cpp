@@ -1,5 +1,6 @@
 // Faults caught: a checker that misses a finding, misplaces it or reports one on a sound script; a bad input
-// that ends with the wrong code or without saying what and where; a result file that misreports a run.
+// that ends with the wrong code or without saying what and where; a result file that misreports a run; an
+// autopilot that keeps a run from ending, or cannot pilot without saying so.
 #include "tests/host/HostRun.h"
 
 namespace {
@@ -84,11 +85,20 @@ TEST_F(HostRunTest, BadInputsEndWithTheirCodeAndSayWhatAndWhere) {
   for (char c : Commands("<CreateEvent eventVar=\"A\" next=\"0\"/>")) utf16 += std::string(1, c) + '\0';
   std::wstring source = folder_ + L"tree\\";
   WriteAll(source + L"file.txt", "x");
+  std::wstring plugin = folder_ + L"InstallCommands.dll";  // alone, without htmlayout.dll
+  ASSERT_TRUE(CopyFileW((BinFolder() + L"InstallCommands.dll").c_str(), plugin.c_str(), FALSE));
   const RunCase cases[] = {
       {Script(Commands("<CreateEvent eventVar=\"A\"/>\n<SetEvent eventVar=\"A\" next=\"9\"/>\n")), 1168,
        {"command 2 <SetEvent> (line 3, column 1) sends the walk to index 9, which names no command"}},
       {L"/set:int_X=ten " + Script(Commands("<CreateEvent eventVar=\"A\"/>")), 87, {"/set:int_X=ten: the value is no number"}},
       {L"/set:int_X=4294967296 " + Script(Commands("<CreateEvent eventVar=\"A\"/>")), 87, {"does not fit in 32 bits"}},
+      {L"/autoclick=Agree,,Finish " + Script(Commands("<CreateEvent eventVar=\"A\"/>")), 87, {"/autoclick= needs"}},
+      {L"/autoclick-timeout=0 " + Script(Commands("<CreateEvent eventVar=\"A\"/>")), 87, {"a number of seconds"}},
+      // A run without a dialog is not held by its pilot, nor one without htmlayout.dll beside the plug-in.
+      {L"/autoclick=Agree " + Script(Commands("<CreateEvent eventVar=\"A\"/>")), 0,
+       {"autopilot: the run ended before this was clicked: Agree"}},
+      {L"/autoclick=Agree \"/plugin=" + plugin + L"\" " + Script(Commands("<CreateEvent eventVar=\"A\"/>")), 0,
+       {"autopilot: cannot pilot the dialog: ", "htmlayout.dll cannot be bound (error 126)"}},
       {Script("<install><commands>\n<CreateEvent eventVar=\"A\"/>\n<SetEv"), 13,
        {"line 3, column 1: cannot be read as XML: the file ends inside <SetEv"}},
       {Script(utf16), 13, {"UTF-16 (little-endian) without a byte order mark"}},
