@@ -26,7 +26,7 @@ const char* const kKnownNames[] = {
     storename::kDefaultLanguage, storename::kForceSingleLang, storename::kLanguageMetricsSuffix,
     storename::kMultiLanguageAvailable, storename::kIsLangRTL, storename::kSingleInstance,
     storename::kLicenseOwner, storename::kLicenseKey, storename::kLicenseExpiry, storename::kLicenseEdition,
-    storename::kLicenseCompany,
+    storename::kLicenseCompany, storename::kSetupCancelled,
 };
 
 std::wstring Wide(const char* text) { return std::wstring(text, text + strlen(text)); }

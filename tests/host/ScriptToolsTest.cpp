@@ -71,6 +71,7 @@ TEST_F(HostRunTest, CheckFindsTheShippedScriptsClean) {
   const std::wstring languages = L"/set:String_LangDir=C:\\lang\\ /set:String_OnlineLanguages=http://127.0.0.1/ ";
   for (const std::wstring& arguments :
        {std::wstring(L"/check"), L"/check " + SourceFile(L"demo/install.xml"),
+        L"/check " + SourceFile(L"demo/window.xml"),
         L"/check " + languages + SourceFile(L"demo/language-switch.xml")}) {
     ProcessResult run = RunInstaller(arguments);
     EXPECT_EQ(run.exitCode, 0u) << Narrow(arguments) << "\n" << run.out << run.err;
