@@ -119,14 +119,20 @@ TEST_F(HtmlayoutHostTest, PageTextsAreFilledByIds) {
 // posted message is taken off the queue, never run (under Xvfb the move would
 // enter a modal loop).
 TEST_F(HtmlayoutHostTest, DragWindowMovesOnlyOurWindows) {
-  const std::string page = "<style>html,body{margin:0} #cap{height:40px;behavior:drag-window}</style><div id=cap>x</div>";
-  for (bool ours : {true, false}) {
+  const std::string page =
+      "<style>html,body{margin:0} #cap{height:40px;behavior:drag-window} button{width:20px;height:20px}</style>"
+      "<div id=cap>x <button>c</button></div>";
+  // A press on the caption moves our window; one on a button inside the caption is the button's.
+  for (auto [ours, x] : {std::pair{true, 5}, {false, 5}, {true, 30}}) {
     HWND hwnd = PageWindow(33, ours, &resources_, page);
-    SendMessageW(hwnd, WM_LBUTTONDOWN, MK_LBUTTON, MAKELPARAM(20, 20));
-    SendMessageW(hwnd, WM_LBUTTONUP, 0, MAKELPARAM(20, 20));
+    RECT button{};
+    Htmlayout()->HTMLayoutGetElementLocation(SelectFirstElement(Root(hwnd), "button"), &button, VIEW_RELATIVE | BORDER_BOX);
+    LPARAM at = x == 5 ? MAKELPARAM(5, 5) : MAKELPARAM(button.left + 5, button.top + 5);
+    SendMessageW(hwnd, WM_LBUTTONDOWN, MK_LBUTTON, at);
+    SendMessageW(hwnd, WM_LBUTTONUP, 0, at);
     MSG msg{};
     bool posted = PeekMessageW(&msg, hwnd, WM_NCLBUTTONDOWN, WM_NCLBUTTONDOWN, PM_REMOVE) != FALSE;
-    EXPECT_EQ(posted, ours);
+    EXPECT_EQ(posted, ours && x == 5);
     if (posted) {
       EXPECT_EQ(msg.wParam, static_cast<WPARAM>(HTCAPTION));
     }

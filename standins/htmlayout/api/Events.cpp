@@ -173,17 +173,25 @@ void Prepare(Element* target, Route& route) {
   CollectWindowHandlers(route);
 }
 
-bool SendMouse(Element* target, UINT cmd, POINT document, UINT buttons, UINT keys) {
+// A press or release on a control is the control's: the handlers it bubbles
+// on to (its ancestors' and the window's) see it marked HANDLED, so that an
+// enclosing behaviour such as drag-window leaves a button's click alone.
+bool SendMouse(Element* target, UINT cmd, POINT document, UINT buttons, UINT keys, Element* control = nullptr) {
   if (!target) return false;
   Route route;
   Prepare(target, route);
+  int handledAbove = -1;  // path index of the control; bubbling above it is marked
+  for (size_t i = 0; control && i < route.path.size(); ++i) {
+    if (route.path[i] == control) handledAbove = static_cast<int>(i);
+  }
   MOUSE_PARAMS params{};
   params.target = HandleOf(target);
   params.pos_document = document;
   params.button_state = buttons;
   params.alt_state = keys;
   return Deliver(route, HANDLE_MOUSE, &params, [&](UINT phase, int index) {
-    params.cmd = cmd | phase;
+    bool handled = handledAbove >= 0 && phase == BUBBLING && index < handledAbove;
+    params.cmd = cmd | phase | (handled ? UINT{HANDLED} : 0u);
     POINT origin = index < 0 ? route.origins.front() : route.origins[static_cast<size_t>(index)];
     params.pos = {document.x - origin.x, document.y - origin.y};
   });
@@ -367,7 +375,7 @@ bool MouseDown(HWND hwnd, Pointer& pointer, POINT at, UINT buttons) {
     ChainState(spot.target, kStateActive, true);
     SetCapture(hwnd);
   }
-  bool stopped = SendMouse(spot.target, MOUSE_DOWN, at, buttons, KeyState());
+  bool stopped = SendMouse(spot.target, MOUSE_DOWN, at, buttons, KeyState(), spot.control);
   if (buttons != MAIN_MOUSE_BUTTON) return true;
   if (stopped) {
     Release(pointer.pressedControl);
@@ -386,7 +394,7 @@ bool MouseUp(HWND hwnd, Pointer& pointer, POINT at, UINT buttons) {
   Spot spot;
   Probe(hwnd, at, spot);
   if (!spot.disabled && spot.target) {
-    bool stopped = SendMouse(spot.target, MOUSE_UP, at, buttons, KeyState());
+    bool stopped = SendMouse(spot.target, MOUSE_UP, at, buttons, KeyState(), spot.control);
     // A click is an up inside the control the down was in.
     if (!stopped && pressedControl && spot.control == pressedControl) {
       Activate(hwnd, pointer, spot.control, spot.kind, BY_MOUSE_CLICK);
