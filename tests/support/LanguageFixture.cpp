@@ -44,7 +44,10 @@ void LanguageTest::SetUp() {
   for (const std::wstring& folder : {work, work + name, lang_, server_}) CreateDirectoryW(folder.c_str(), nullptr);
   int port = atoi(ReadAll(ProgramFolder() + L"..\\http.port").c_str());
   if (port > 0) {
-    serverUrl_ = L"http://127.0.0.1:" + std::to_wstring(port) + L"/language_tests/work/" + name + L"/server/";
+    // The server serves the folder of the test programs: this one's is its last part.
+    std::wstring program = ProgramFolder().substr(0, ProgramFolder().size() - 1);
+    program = program.substr(program.find_last_of(L'\\') + 1);
+    serverUrl_ = L"http://127.0.0.1:" + std::to_wstring(port) + L"/" + program + L"/work/" + name + L"/server/";
   }
   VariableStore::Instance().Put("SelfFree_DownloaderApi", reinterpret_cast<StoreValue>(new CDownloaderApi()));
 }

@@ -124,18 +124,21 @@ struct ExecuteJob {
   HANDLE cancel;
   CRITICAL_SECTION* storeLock;
   int32_t status;
+  volatile int32_t* result = nullptr;  // where StartExecute's caller reads the status
 };
 
 DWORD WINAPI RunExecuteJob(LPVOID parameter) {
   auto* job = static_cast<ExecuteJob*>(parameter);
   job->status = job->command->Execute(job->cancel, job->storeLock);
+  if (job->result != nullptr) *job->result = job->status;
   return 0;
 }
 }  // namespace
 
-HANDLE PluginTest::StartExecute(CInstallCommand* command) {
+HANDLE PluginTest::StartExecute(CInstallCommand* command, volatile int32_t* status) {
   // The job is left to the thread; it is small and tests are short.
-  HANDLE worker = CreateThread(nullptr, 0, RunExecuteJob, new ExecuteJob{command, cancel_, &storeLock_, -1}, 0, nullptr);
+  HANDLE worker =
+      CreateThread(nullptr, 0, RunExecuteJob, new ExecuteJob{command, cancel_, &storeLock_, -1, status}, 0, nullptr);
   HANDLE copy = nullptr;
   DuplicateHandle(GetCurrentProcess(), worker, GetCurrentProcess(), &copy, 0, FALSE, DUPLICATE_SAME_ACCESS);
   workers_.push_back(copy);

@@ -50,9 +50,10 @@ class PluginTest : public ::testing::Test {
   // status. The thread's id is left in worker_. On a timeout cancel_ is
   // signalled and the test fails.
   int32_t Run(CInstallCommand* command, DWORD timeoutMs = 20000);
-  // Starts command->Execute on a thread of its own and returns at once. The test
-  // ends only after the thread has.
-  HANDLE StartExecute(CInstallCommand* command);
+  // Starts command->Execute on a thread of its own and returns at once; its
+  // status goes to status, when given, as it ends. The test ends only after the
+  // thread has.
+  HANDLE StartExecute(CInstallCommand* command, volatile int32_t* status = nullptr);
 
   CaptureLogger* log_ = nullptr;
   HANDLE cancel_ = nullptr;
