@@ -35,8 +35,10 @@ BOOL CALLBACK Record(LPVOID tag, HELEMENT, UINT group, LPVOID prms) {
   if (group == HANDLE_MOUSE) {
     auto* p = static_cast<MOUSE_PARAMS*>(prms);
     if (p->cmd == (MOUSE_DOWN | SINKING) && log->stopMouseDown) return TRUE;
-    if (p->cmd == MOUSE_DOWN || p->cmd == MOUSE_UP) {
-      log->lines.push_back((p->cmd == MOUSE_DOWN ? "down " : "up ") + Id(p->target));
+    UINT cmd = p->cmd & ~UINT{HANDLED};  // a control's press: marked on its way up past the control
+    if (cmd == MOUSE_DOWN || cmd == MOUSE_UP) {
+      log->lines.push_back((cmd == MOUSE_DOWN ? "down " : "up ") + Id(p->target) +
+                           ((p->cmd & HANDLED) ? " handled" : ""));
     }
   } else if (group == HANDLE_BEHAVIOR_EVENT) {
     auto* p = static_cast<BEHAVIOR_EVENT_PARAMS*>(prms);
@@ -97,10 +99,11 @@ TEST_F(EventTest, ClicksReachHandlersWithTheControlAsTarget) {
     const char* selector;
     const char* events;
   } cases[] = {
-      {"#oklabel", "down oklabel, event 1 ok, up oklabel, event 0 ok"},
+      {"#oklabel", "down oklabel handled, event 1 ok, up oklabel handled, event 0 ok"},
       {"#off", ""},
-      {"#link", "down link, up link, event 128 link"},
-      {"#box", "down box, up box, event 2 box"},
+      {"#link", "down link handled, up link handled, event 128 link"},
+      {"#box", "down box handled, up box handled, event 2 box"},
+      {"#drag", "down drag, up drag"},
   };
   for (const auto& c : cases) {
     log_.lines.clear();
@@ -110,7 +113,7 @@ TEST_F(EventTest, ClicksReachHandlersWithTheControlAsTarget) {
   log_.lines.clear();
   log_.stopMouseDown = true;  // a handler that returns TRUE ends the event: the button never hears of it
   Click(hwnd(), Find("#ok"));
-  EXPECT_EQ(log_.Joined(), "up ok");
+  EXPECT_EQ(log_.Joined(), "up ok handled");
 }
 
 TEST_F(EventTest, CheckboxValueAndTextField) {
