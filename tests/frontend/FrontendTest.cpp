@@ -3,27 +3,12 @@
 #include <thread>
 
 #include "engine/interfaces/ResourceManager.h"
-#include "engine/interfaces/MessageBoxProvider.h"
 #include "tests/support/KeyedTexts.h"
 #include "tests/support/PluginFixture.h"
+#include "tests/support/RecordingMessageBox.h"
 
 namespace {
 
-// Records what it is asked and answers 0.
-class RecordingMessageBox : public IMessageBoxProvider {
- public:
-  uint32_t ShowMessage(const wchar_t* text, const wchar_t* title, uint32_t buttons, uint32_t icon, uintptr_t,
-                       uintptr_t) override {
-    shown.push_back(std::wstring(text) + L"|" + title + L"|" + std::to_wstring(buttons) + L"|" + std::to_wstring(icon));
-    return 0;
-  }
-  void SetDefaultParent(uintptr_t) override {}
-  ~RecordingMessageBox() { ++freed; }
-  SELFFREE_DESTRUCTOR(RecordingMessageBox)
-  static int freed;
-  Lines shown;
-};
-int RecordingMessageBox::freed = 0;
 
 std::wstring Environment(const wchar_t* name) {
   wchar_t value[2048] = {};

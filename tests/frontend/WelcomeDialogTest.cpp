@@ -11,27 +11,15 @@
 #include <functional>
 
 #include "engine/StoreNames.h"
-#include "engine/interfaces/MessageBoxProvider.h"
 #include "frontend/HtmlayoutHost.h"
 #include "tests/support/LanguageFixture.h"
+#include "tests/support/RecordingMessageBox.h"
 
 namespace {
 
 const std::string kLanguages = R"x(<en-US name="English" package="lang-en-US.exe" downloadRequired="(download)"/>)x";
 const std::string kGerman = R"x(<de-DE name="Deutsch" package="lang-de-DE.exe" downloadRequired="(laden)"/>)x";
 
-// Records what the dialog tells the user instead of showing a box.
-class RecordingMessageBox : public IMessageBoxProvider {
- public:
-  uint32_t ShowMessage(const wchar_t* text, const wchar_t* title, uint32_t buttons, uint32_t icon, uintptr_t,
-                       uintptr_t) override {
-    shown.push_back(std::wstring(title) + L"|" + text + L"|" + std::to_wstring(buttons) + L"|" + std::to_wstring(icon));
-    return 1;
-  }
-  void SetDefaultParent(uintptr_t) override {}
-  SELFFREE_DESTRUCTOR(RecordingMessageBox)
-  Lines shown;
-};
 
 class DialogTest : public LanguageTest {
  public:
@@ -416,8 +404,8 @@ TEST_F(DialogTest, LanguagePicks) {
       EXPECT_EQ(Attribute("nvui_select", "disabled"), L"<none>");
     } else {
       EXPECT_TRUE(WaitFor([&] { return !box->shown.empty(); }, 20000));
-      EXPECT_EQ(box->shown, (Lines{L"Language not changed|The language could not be downloaded. Setup goes on in "
-                                   L"the current language.|0|1"}));
+      EXPECT_EQ(box->shown, (Lines{L"The language could not be downloaded. Setup goes on in the current language."
+                                   L"|Language not changed|0|1"}));
       EXPECT_EQ(Attribute("nvui_select", "disabled"), L"") << "stays disabled";
       EXPECT_EQ(Attribute("AgreeInstall", "disabled"), L"");
       EXPECT_NE(Display("overlay"), L"block");
