@@ -188,6 +188,7 @@ int32_t CVltWelcomeInterfaceCommand::Execute(HANDLE cancel, CRITICAL_SECTION* lo
   std::string page;
   if (!ReadPage(&pageFiles, &page)) {
     LogMessage(kNoPage, index, kTag);
+    // As without a window: no choice will come, and the script must not wait for one.
     StorePut(storename::kSetupCancelled, 1);
     result = kStatusBusy;
   } else {
