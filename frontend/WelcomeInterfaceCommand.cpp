@@ -140,6 +140,12 @@ int32_t CVltWelcomeInterfaceCommand::Execute(HANDLE cancel, CRITICAL_SECTION* lo
   }
   windowInfo = info;
   bool existed = InterlockedExchange(&info->created, 1) != 0;
+  // A window lives with the thread that made it, and only that thread gets its
+  // messages: one made on another chain (gone, or pumping elsewhere) would
+  // leave this command's loop waiting for ever. Such a command makes its own.
+  if (existed && (!IsWindow(info->hwnd) || GetWindowThreadProcessId(info->hwnd, nullptr) != GetCurrentThreadId())) {
+    existed = false;
+  }
 
   auto* resources = StoreGetObject<IResourceManager>(storename::kResourceManager);
   languageApi = StoreGetObject<IMultiLanguageApi>(storename::kMultiLanguageApi);

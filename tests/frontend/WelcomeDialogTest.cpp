@@ -270,6 +270,17 @@ TEST_F(DialogTest, UsageCheckboxAWindowInUseAndAMissingPage) {
   EXPECT_TRUE(IsWindowVisible(hwnd_));
   Click("btnSysClose");
   EXPECT_EQ(Closed(), 0);
+  // On another thread the hidden window would never get its messages: that command makes its own.
+  HWND chains = hwnd_;
+  volatile int32_t status = -1;
+  HANDLE other = StartExecute(Add(L"<VltWelcomeInterface index='33' windowId='30'/>"), &status);
+  auto* info = reinterpret_cast<HtmlayoutWindowInfo*>(StoreRead(WindowInfoName(30).c_str()));
+  EXPECT_TRUE(WaitFor([&] { return info->hwnd != chains && IsWindowVisible(info->hwnd) && !Step().empty(); }));
+  hwnd_ = info->hwnd;
+  Click("btnSysClose");
+  EXPECT_EQ(WaitForSingleObject(other, 10000), WAIT_OBJECT_0);
+  EXPECT_EQ(status, 0);
+  EXPECT_TRUE(log_->Contains(L"33: VltWelcomeInterface Creating windowId=30.\n"));
 
   DeleteFileW((lang_ + L"welcome.html").c_str());
   mark = log_->Mark();
