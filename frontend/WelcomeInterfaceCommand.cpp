@@ -59,6 +59,12 @@ void SetInnerText(HELEMENT root, const char* id, const std::wstring& text) {
 
 std::string ElementId(const char* prefix, const char* suffix) { return std::string(prefix) + suffix; }
 
+// No frame, layered: the page draws the whole dialog.
+void SetDialogStyles(HWND window) {
+  SetWindowLongPtrW(window, GWL_STYLE, kDialogStyle);
+  SetWindowLongPtrW(window, GWL_EXSTYLE, kDialogExStyle);
+}
+
 CVltWelcomeInterfaceCommand* CommandOf(HWND hwnd) {
   return reinterpret_cast<CVltWelcomeInterfaceCommand*>(GetWindowLongPtrW(hwnd, GWLP_USERDATA));
 }
@@ -79,10 +85,26 @@ int32_t CVltWelcomeInterfaceCommand::Load(IXMLDOMNamedNodeMap* attributes) {
   return kStatusOk;
 }
 
-bool CVltWelcomeInterfaceCommand::ReadPage(IResourceManager* resources, std::string* bytes) {
+namespace {
+
+// The page without its extension, and the folder URL its own files are joined to.
+std::wstring PagePath() {
   CString* application = StoreGetString(storename::kApplicationPath);
-  if (resources == nullptr || application == nullptr) return false;
-  std::wstring name = std::wstring(application->text) + kPageName;
+  return std::wstring(application != nullptr ? application->text : L"") + kPageName;
+}
+std::vector<wchar_t> PageBaseUrl(size_t capacity) {
+  CString* application = StoreGetString(storename::kApplicationPath);
+  std::vector<wchar_t> url(capacity, L'\0');
+  BoundedFormat(url.data(), capacity, L"%s%s%s", kUrlScheme, application != nullptr ? application->text : L"",
+                kPageFolder);
+  return url;
+}
+
+}  // namespace
+
+bool CVltWelcomeInterfaceCommand::ReadPage(IResourceManager* resources, std::string* bytes) {
+  if (resources == nullptr || StoreGetString(storename::kApplicationPath) == nullptr) return false;
+  std::wstring name = PagePath();
   uint32_t size = 0;
   if (!resources->GetFileResource(name.c_str(), kPageExtension, nullptr, &size)) return false;
   bytes->assign(size, '\0');
@@ -177,16 +199,12 @@ int32_t CVltWelcomeInterfaceCommand::Execute(HANDLE cancel, CRITICAL_SECTION* lo
   HWND window = info->hwnd;
 
   SetWindowLongPtrW(window, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(this));
-  SetWindowLongPtrW(window, GWL_STYLE, kDialogStyle);
-  SetWindowLongPtrW(window, GWL_EXSTYLE, kDialogExStyle);
+  SetDialogStyles(window);
   hl.HTMLayoutSetCallback(window, HtmlayoutNotify, resources);
   hl.HTMLayoutWindowAttachEventHandler(window, HtmlEventHandler::ElementProc, domHandler, HANDLE_ALL);
 
   int32_t result = kStatusOk;
-  CString* application = StoreGetString(storename::kApplicationPath);
-  std::vector<wchar_t> baseUrl(kUrlCapacity, L'\0');
-  BoundedFormat(baseUrl.data(), kUrlCapacity, L"%s%s%s", kUrlScheme, application != nullptr ? application->text : L"",
-                kPageFolder);
+  std::vector<wchar_t> baseUrl = PageBaseUrl(kUrlCapacity);
 
   // The page comes from a file manager of its own: the shared one may serve
   // another folder.
@@ -433,25 +451,24 @@ void CVltWelcomeInterfaceCommand::ShowProgressView() {
   shownPercent = percent;
 }
 
-void CVltWelcomeInterfaceCommand::EndWork(const wchar_t* nextStep) {
+void CVltWelcomeInterfaceCommand::EndWork(const wchar_t* nextStep, bool hideAgree) {
   KillTimer(hwnd, kProgressTimer);
   SetCurrentStep(nextStep);
   SetStyleText(rootElement, kFinish, kShownBlock);
+  if (hideAgree) SetStyleText(rootElement, kAgree, kHidden);
+  SetAttribute(rootElement, kCloseId, "disabled", nullptr);
 }
 
 void CVltWelcomeInterfaceCommand::ShowFinishView() {
   if (step == StepInstalling) {
-    EndWork(L"3");
-    SetStyleText(rootElement, kAgree, kHidden);
-    SetAttribute(rootElement, kCloseId, "disabled", nullptr);
+    EndWork(L"3", true);
     if (isInstalled != 0) {
       auto* resources = StoreGetObject<IResourceManager>(storename::kResourceManager);
       SetInnerText(rootElement, kSuccessBubble, Text(resources, kUninstallSuccessful, kSuccessTextCapacity));
     }
     RefreshPage();
   } else if (step == StepUninstalling || step == StepRepairing) {
-    EndWork(step == StepUninstalling ? L"7" : L"8");
-    SetAttribute(rootElement, kCloseId, "disabled", nullptr);
+    EndWork(step == StepUninstalling ? L"7" : L"8", false);
   }
 }
 
@@ -461,9 +478,7 @@ void CVltWelcomeInterfaceCommand::ShowFailureView() {
   LeaveCriticalSection(storeLock);
   // The reason is used after the lock is left: its writers have ended their work.
   if (step == StepInstalling) {
-    EndWork(L"3");
-    SetStyleText(rootElement, kAgree, kHidden);
-    SetAttribute(rootElement, kCloseId, "disabled", nullptr);
+    EndWork(L"3", true);
     SetStyleText(rootElement, kSuccessBubble, kBubbleHidden);
     SetStyleText(rootElement, kFailBubble, kBubbleShown);
     if (reason != nullptr && reason->text != nullptr && reason->text[0] != L'\0') {
@@ -491,8 +506,7 @@ void CVltWelcomeInterfaceCommand::ShowFailureView() {
 
 void CVltWelcomeInterfaceCommand::ShowMaintenanceFailure(const char* prefix, const wchar_t* textId,
                                                          const wchar_t* nextStep, const wchar_t* reason) {
-  EndWork(nextStep);
-  SetAttribute(rootElement, kCloseId, "disabled", nullptr);
+  EndWork(nextStep, false);
   SetStyleText(rootElement, ElementId(prefix, kSuccessSuffix).c_str(), kBubbleHidden);
   auto* resources = StoreGetObject<IResourceManager>(storename::kResourceManager);
   std::wstring text = Text(resources, textId, kFailureTextCapacity);
@@ -539,17 +553,12 @@ void CVltWelcomeInterfaceCommand::ReloadPage() {
   HWND window = windowInfo->hwnd;
   auto* resources = StoreGetObject<IResourceManager>(storename::kResourceManager);
   DressWindow(window, resources);
-  SetWindowLongPtrW(window, GWL_STYLE, kDialogStyle);
-  SetWindowLongPtrW(window, GWL_EXSTYLE, kDialogExStyle);
+  SetDialogStyles(window);
 
-  CString* application = StoreGetString(storename::kApplicationPath);
-  std::vector<wchar_t> baseUrl(kReloadUrlCapacity, L'\0');
-  BoundedFormat(baseUrl.data(), kReloadUrlCapacity, L"%s%s%s", kUrlScheme,
-                application != nullptr ? application->text : L"", kPageFolder);
+  std::vector<wchar_t> baseUrl = PageBaseUrl(kReloadUrlCapacity);
   std::string page;
   if (!ReadPage(resources, &page)) {
-    std::wstring name = std::wstring(application != nullptr ? application->text : L"") + kPageName;
-    LogMessage(kNoPageOnReload, index, kTag, name.c_str());
+    LogMessage(kNoPageOnReload, index, kTag, PagePath().c_str());
   } else {
     hl.HTMLayoutLoadHtmlEx(window, reinterpret_cast<LPCBYTE>(page.data()), static_cast<UINT>(page.size()),
                            baseUrl.data());

@@ -104,8 +104,9 @@ class CVltWelcomeInterfaceCommand : public CInstallCommand {
   // The failure view of step 5 or 6: their elements' prefix, text and next step.
   void ShowMaintenanceFailure(const char* prefix, const wchar_t* textId, const wchar_t* nextStep,
                               const wchar_t* reason);
-  // The end of running work common to every ended view.
-  void EndWork(const wchar_t* nextStep);
+  // The end of running work common to every ended view: the timer stopped, the
+  // next step, the finish button shown (and Install hidden), the close button enabled.
+  void EndWork(const wchar_t* nextStep, bool hideAgree);
   // Reads the page file; false when it is missing or unreadable.
   bool ReadPage(IResourceManager* resources, std::string* bytes);
   // Title, instance, procedure, class icons, styles: what every (re)load gives the window.
