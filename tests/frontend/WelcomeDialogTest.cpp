@@ -116,6 +116,13 @@ class DialogTest : public LanguageTest {
   [[noreturn]] static void Alone(const std::function<void()>& scenario) {
     scenario();
     fflush(stdout);
+    // What failed, where the parent shows it: a death test passes on only the child's stderr.
+    const ::testing::TestResult* result = ::testing::UnitTest::GetInstance()->current_test_info()->result();
+    for (int i = 0; i < result->total_part_count(); ++i) {
+      const ::testing::TestPartResult& part = result->GetTestPartResult(i);
+      if (part.failed()) fprintf(stderr, "%s:%d: %s\n", part.file_name(), part.line_number(), part.message());
+    }
+    fflush(stderr);
     _exit(::testing::Test::HasFailure() ? 1 : 0);
   }
 
@@ -145,11 +152,16 @@ class DialogTest : public LanguageTest {
   }
   // A click as the user makes it, at the centre of the element.
   void Click(HELEMENT element) {
-    RECT box{};
     ASSERT_NE(element, nullptr);
-    Htmlayout()->HTMLayoutGetElementLocation(element, &box, VIEW_RELATIVE | BORDER_BOX);
-    // Not on a hidden element: its empty box lies on the drag-window header, which would move the window.
-    ASSERT_LT(box.left, box.right) << "not shown";
+    // Where the window's thread has laid the element out: shown (a hidden one's
+    // empty box lies on the drag-window header, which would move the window) and
+    // in the same place twice, as a face that has just come up may still move.
+    RECT box{}, before{};
+    ASSERT_TRUE(WaitFor([&] {
+      before = box;
+      Htmlayout()->HTMLayoutGetElementLocation(element, &box, VIEW_RELATIVE | BORDER_BOX);
+      return box.left < box.right && EqualRect(&box, &before);
+    })) << "not shown";
     LPARAM at = MAKELPARAM((box.left + box.right) / 2, (box.top + box.bottom) / 2);
     PostMessageW(hwnd_, WM_MOUSEMOVE, 0, at);
     PostMessageW(hwnd_, WM_LBUTTONDOWN, MK_LBUTTON, at);
@@ -407,12 +419,7 @@ TEST_F(DialogTest, LanguagePicks) {
     Htmlayout()->HTMLayoutGetRootElement(hwnd_, &root);
     HELEMENT german = SelectFirstElement(root, "option[languageCode=de-DE]");
     ASSERT_NE(german, nullptr);
-    EXPECT_TRUE(WaitFor([&] {  // the list opens when the window has taken the click
-      RECT box{};
-      Htmlayout()->HTMLayoutGetElementLocation(german, &box, VIEW_RELATIVE | BORDER_BOX);
-      return box.bottom > box.top;
-    }));
-    Click(german);
+    Click(german);  // once the list has opened
     // The cover shows only while a language has to come from the server.
     bool covered = WaitFor([&] { return Display("overlay") == L"block"; }, 3000, 2);
     EXPECT_EQ(covered, c.online);
